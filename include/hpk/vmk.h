@@ -1,0 +1,133 @@
+/* Vector math: per-thread mode and status services, the array kernels, their tables and stubs.
+ *
+ * Each array function <t><Fn> has
+ *   hpk_vmk_kernel_<t><Fn>_ttab  three kernel addresses: slot 0 low accuracy, 1 high, 2 enhanced
+ *                                performance (writable: a slot may be replaced at run time);
+ *   hpk_vmk_kernel_<t><Fn>_ctab  three element costs on the scale sAdd = 0.74, dAdd = 1.79;
+ *   the stubs _vmk<t><Fn>_21 / _50 (slot 0), _vmk<t><Fn>_HA and _vmk<t><Fn> (slot 1),
+ *   _vmk<t><Fn>_11 / _26 (slot 2); the first suffix of each pair is for s and c, the second for
+ *   d and z. A stub jumps through its table slot at call time and checks nothing.
+ * The functions that exist are listed in hpk/vmk_functions.h.
+ */
+#ifndef HPK_VMK_H
+#define HPK_VMK_H
+
+#include <stdint.h>
+#include "hpk/export.h"
+#include "hpk/vmk_functions.h"
+
+HPK_EXTERN_C_BEGIN
+
+typedef struct { float re, im; } hpk_complex8;
+typedef struct { double re, im; } hpk_complex16;
+
+/* ---- per-thread mode ------------------------------------------------------------------ */
+
+/* ModeWord fields. */
+#define HPK_VMK_ACCURACY_MASK      0xFu
+#define HPK_VMK_LA                 0x1u
+#define HPK_VMK_HA                 0x2u
+#define HPK_VMK_EP                 0x3u
+#define HPK_VMK_CONSISTENCY_MASK   0xF0u
+#define HPK_VMK_ERRMODE_MASK       0xFF00u
+#define HPK_VMK_ERRMODE_IGNORE     0x100u
+#define HPK_VMK_ERRMODE_ERRNO      0x200u
+#define HPK_VMK_ERRMODE_STDERR     0x400u
+#define HPK_VMK_ERRMODE_EXCEPT     0x800u
+#define HPK_VMK_ERRMODE_CALLBACK   0x1000u
+#define HPK_VMK_ERRMODE_DEFAULT    0x1A00u
+#define HPK_VMK_DENORMAL_MASK      0x3C0000u
+#define HPK_VMK_FTZDAZ_ON          0x280000u
+#define HPK_VMK_FTZDAZ_OFF         0x140000u
+#define HPK_VMK_DEFAULT_MODE       0x1A02u
+
+/* The environment variable that gives a thread its first mode: a comma-joined list of items
+ * such as "VMK_HA,VMK_ERRMODE_STDERR". */
+#define HPK_VMK_MODE_ENV "HPK_VMK_MODE"
+
+struct HpkVmkErrorContext;
+typedef int (*HpkVmkErrorCallBack)(struct HpkVmkErrorContext *);
+
+HPK_API uint64_t hpk_vmk_kernel_GetMode(void);
+HPK_API uint64_t hpk_vmk_kernel_SetMode(uint32_t mode);
+HPK_API int32_t hpk_vmk_kernel_GetErrStatus(void);
+HPK_API int32_t hpk_vmk_kernel_SetErrStatus(int32_t status);
+HPK_API int32_t hpk_vmk_kernel_ClearErrStatus(void);
+HPK_API HpkVmkErrorCallBack hpk_vmk_kernel_GetErrorCallBack(void);
+HPK_API HpkVmkErrorCallBack hpk_vmk_kernel_SetErrorCallBack(HpkVmkErrorCallBack cb);
+HPK_API HpkVmkErrorCallBack hpk_vmk_kernel_ClearErrorCallBack(void);
+HPK_API const void *hpk_vmk_kernel_SetInterfInputVectorPointer(const void *p);
+HPK_API int32_t hpk_vmk_kernel_GetTTableIndex(void);
+HPK_API int32_t hpk_vmk_kernel_GetTTableIndexM(uint64_t ignored, uint64_t mode);
+HPK_API int64_t hpk_vmk_kernel_ReadEnvVarMode(void);
+
+HPK_API uint64_t _vmkGetMode(void);
+HPK_API uint64_t _vmkSetMode(uint32_t mode);
+HPK_API int32_t _vmkGetErrStatus(void);
+HPK_API int32_t _vmkSetErrStatus(int32_t status);
+HPK_API int32_t _vmkClearErrStatus(void);
+HPK_API HpkVmkErrorCallBack _vmkGetErrorCallBack(void);
+HPK_API HpkVmkErrorCallBack _vmkSetErrorCallBack(HpkVmkErrorCallBack cb);
+HPK_API HpkVmkErrorCallBack _vmkClearErrorCallBack(void);
+HPK_API const void *_vmkSetInterfInputVectorPointer(const void *p);
+
+/* This is the baseline build: SSE2 and x87 only. Always 0. */
+HPK_API int dll_cpu_version(void);
+
+/* ---- array kernels, tables and stubs ---------------------------------------------------- */
+
+/* Element types and their real parts. */
+#define HPK_VMK_T_s float
+#define HPK_VMK_T_d double
+#define HPK_VMK_T_c hpk_complex8
+#define HPK_VMK_T_z hpk_complex16
+#define HPK_VMK_R_s float
+#define HPK_VMK_R_d double
+#define HPK_VMK_R_c float
+#define HPK_VMK_R_z double
+
+/* Argument lists by shape. In the Pack and Unpack shapes the width flag 1 makes the count, the
+ * stride, the indices and the mask values 32-bit integers; any other value makes them 64-bit. */
+#define HPK_VMK_PARAMS_ONE(T, R)     (int n, const T *a, T *y)
+#define HPK_VMK_PARAMS_TWO(T, R)     (int n, const T *a, const T *b, T *y)
+#define HPK_VMK_PARAMS_POWX(T, R)    (int n, const T *a, T b, T *y)
+#define HPK_VMK_PARAMS_TWO_OUT(T, R) (int n, const T *a, T *y, T *z)
+#define HPK_VMK_PARAMS_CIS(T, R)     (int n, const R *a, T *y)
+#define HPK_VMK_PARAMS_TO_REAL(T, R) (int n, const T *a, R *y)
+#define HPK_VMK_PARAMS_LINFRAC(T, R) \
+  (int n, const T *a, const T *b, T scalea, T shifta, T scaleb, T shiftb, T *y)
+#define HPK_VMK_PARAMS_PACK_I(T, R)  (int64_t n, const T *a, int64_t incra, T *y, int width)
+#define HPK_VMK_PARAMS_PACK_V(T, R)  (int64_t n, const T *a, const void *index, T *y, int width)
+#define HPK_VMK_PARAMS_PACK_M(T, R)  (int64_t n, const T *a, const void *mask, T *y, int width)
+#define HPK_VMK_PARAMS(t, shape) HPK_VMK_PARAMS_##shape(HPK_VMK_T_##t, HPK_VMK_R_##t)
+
+/* Stub suffixes of the low accuracy and enhanced performance slots by type. */
+#define HPK_VMK_SFX_LA_s _21
+#define HPK_VMK_SFX_LA_c _21
+#define HPK_VMK_SFX_LA_d _50
+#define HPK_VMK_SFX_LA_z _50
+#define HPK_VMK_SFX_EP_s _11
+#define HPK_VMK_SFX_EP_c _11
+#define HPK_VMK_SFX_EP_d _26
+#define HPK_VMK_SFX_EP_z _26
+#define HPK_VMK_CAT_(a, b) a##b
+#define HPK_VMK_CAT(a, b) HPK_VMK_CAT_(a, b)
+#define HPK_VMK_STUB_LA(t, Fn) HPK_VMK_CAT(_vmk##t##Fn, HPK_VMK_SFX_LA_##t)
+#define HPK_VMK_STUB_EP(t, Fn) HPK_VMK_CAT(_vmk##t##Fn, HPK_VMK_SFX_EP_##t)
+
+#define HPK_VMK_DECLARE_FUNCTION(t, Fn, shape, k0, k1, k2, c0, c1, c2)                 \
+  HPK_API void hpk_vmk_kernel_##t##Fn##_EXHAynn HPK_VMK_PARAMS(t, shape);              \
+  HPK_API void hpk_vmk_kernel_##t##Fn##_EX##k0 HPK_VMK_PARAMS(t, shape);               \
+  HPK_API void hpk_vmk_kernel_##t##Fn##_EX##k2 HPK_VMK_PARAMS(t, shape);               \
+  HPK_API extern void (*hpk_vmk_kernel_##t##Fn##_ttab[3]) HPK_VMK_PARAMS(t, shape);    \
+  HPK_API extern const float hpk_vmk_kernel_##t##Fn##_ctab[3];                         \
+  HPK_API void HPK_VMK_STUB_LA(t, Fn) HPK_VMK_PARAMS(t, shape);                        \
+  HPK_API void _vmk##t##Fn##_HA HPK_VMK_PARAMS(t, shape);                              \
+  HPK_API void _vmk##t##Fn HPK_VMK_PARAMS(t, shape);                                   \
+  HPK_API void HPK_VMK_STUB_EP(t, Fn) HPK_VMK_PARAMS(t, shape);
+
+HPK_VMK_FUNCTION_LIST(HPK_VMK_DECLARE_FUNCTION)
+
+HPK_EXTERN_C_END
+
+#endif

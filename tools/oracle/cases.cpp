@@ -1,0 +1,77 @@
+// The vector functions measured by the report and the accuracy tests. A function joins the
+// list when its kernel lands.
+#include <cmath>
+#include <limits>
+
+#include "hpk/vmk.h"
+#include "oracle.hpp"
+
+namespace hpk::oracle {
+
+namespace {
+
+int ref_add(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpfr_add(r, a, b, m); }
+int ref_sub(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpfr_sub(r, a, b, m); }
+int ref_mul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpfr_mul(r, a, b, m); }
+int ref_hypot(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpfr_hypot(r, a, b, m); }
+int ref_sqr(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_sqr(r, a, m); }
+int ref_abs(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_abs(r, a, m); }
+
+double add_d(double a, double b) { return a + b; }
+float add_s(float a, float b) { return a + b; }
+double mul_d(double a, double b) { return a * b; }
+float mul_s(float a, float b) { return a * b; }
+double sub_d(double a, double b) { return a - b; }
+float sub_s(float a, float b) { return a - b; }
+double sqr_d(double a) { return a * a; }
+float sqr_s(float a) { return a * a; }
+double hypot_d(double a, double b) { return std::hypot(a, b); }
+float hypot_s(float a, float b) { return std::hypot(a, b); }
+double fabs_d(double a) { return std::fabs(a); }
+float fabs_s(float a) { return std::fabs(a); }
+
+constexpr double kInf = std::numeric_limits<double>::infinity();
+constexpr double kMaxD = std::numeric_limits<double>::max();
+constexpr double kMinD = std::numeric_limits<double>::min();
+constexpr double kTrueMinD = std::numeric_limits<double>::denorm_min();
+constexpr float kMaxF = std::numeric_limits<float>::max();
+constexpr float kMinF = std::numeric_limits<float>::min();
+constexpr float kTrueMinF = std::numeric_limits<float>::denorm_min();
+
+const std::vector<double> kSpecialsD = {0.0, -0.0, 1.0, -1.0, kTrueMinD, kMinD, kMaxD, -kMaxD,
+                                        kInf, -kInf, 0x1p500, 0x1p-450, 0x1.fffffffffffffp499};
+const std::vector<double> kSpecialsS = {0.0, -0.0, 1.0, -1.0, kTrueMinF, kMinF, kMaxF, -kMaxF,
+                                        kInf, -kInf};
+
+void *k(auto f) { return reinterpret_cast<void *>(f); }
+
+std::vector<Case> make_cases() {
+  const Range whole_d{kTrueMinD, kMaxD, true};
+  const Range whole_s{kTrueMinF, kMaxF, true};
+  const Range unit{0.5, 2.0, true};
+  const Range half_d{0x1p-511, 0x1p511, true};  // products stay in range
+  const Range half_s{0x1p-63, 0x1p63, true};
+  return {
+      {"sAbs", 's', 1, k(_vmksAbs_HA), ref_abs, nullptr, {whole_s}, kSpecialsS, 0.0, "fabsf", k(fabs_s)},
+      {"dAbs", 'd', 1, k(_vmkdAbs_HA), ref_abs, nullptr, {whole_d}, kSpecialsD, 0.0, "fabs", k(fabs_d)},
+      {"sAdd", 's', 2, k(_vmksAdd_HA), nullptr, ref_add, {whole_s, unit}, kSpecialsS, 0.5, "a+b", k(add_s)},
+      {"dAdd", 'd', 2, k(_vmkdAdd_HA), nullptr, ref_add, {whole_d, unit}, kSpecialsD, 0.5, "a+b", k(add_d)},
+      {"sHypot", 's', 2, k(_vmksHypot_HA), nullptr, ref_hypot, {whole_s, unit, half_s}, kSpecialsS, 1.0, "hypotf", k(hypot_s)},
+      {"dHypot", 'd', 2, k(_vmkdHypot_HA), nullptr, ref_hypot, {whole_d, unit, half_d}, kSpecialsD, 1.0, "hypot", k(hypot_d)},
+      {"sMul", 's', 2, k(_vmksMul_HA), nullptr, ref_mul, {half_s, unit}, kSpecialsS, 0.5, "a*b", k(mul_s)},
+      {"dMul", 'd', 2, k(_vmkdMul_HA), nullptr, ref_mul, {half_d, unit}, kSpecialsD, 0.5, "a*b", k(mul_d)},
+      {"sSqr", 's', 1, k(_vmksSqr_HA), ref_sqr, nullptr, {half_s}, kSpecialsS, 0.5, "a*a", k(sqr_s)},
+      {"dSqr", 'd', 1, k(_vmkdSqr_HA), ref_sqr, nullptr, {half_d}, kSpecialsD, 0.5, "a*a", k(sqr_d)},
+      {"sSub", 's', 2, k(_vmksSub_HA), nullptr, ref_sub, {whole_s, unit}, kSpecialsS, 0.5, "a-b", k(sub_s)},
+      {"dSub", 'd', 2, k(_vmkdSub_HA), nullptr, ref_sub, {whole_d, unit}, kSpecialsD, 0.5, "a-b", k(sub_d)},
+  };
+}
+
+}  // namespace
+
+const std::vector<Case> &cases() {
+  static const std::vector<Case> all = make_cases();
+  return all;
+}
+
+}  // namespace hpk::oracle
