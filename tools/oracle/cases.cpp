@@ -51,13 +51,15 @@ std::vector<Case> make_cases() {
   const Range unit{0.5, 2.0, true};
   const Range half_d{0x1p-511, 0x1p511, true};  // products stay in range
   const Range half_s{0x1p-63, 0x1p63, true};
+  const Range tiny_d{kTrueMinD, 0x1p-1000, true};  // denormal and near-denormal results
+  const Range tiny_s{kTrueMinF, 0x1p-120, true};
   return {
       {"sAbs", 's', 1, k(_vmksAbs_HA), ref_abs, nullptr, {whole_s}, kSpecialsS, 0.0, "fabsf", k(fabs_s)},
       {"dAbs", 'd', 1, k(_vmkdAbs_HA), ref_abs, nullptr, {whole_d}, kSpecialsD, 0.0, "fabs", k(fabs_d)},
       {"sAdd", 's', 2, k(_vmksAdd_HA), nullptr, ref_add, {whole_s, unit}, kSpecialsS, 0.5, "a+b", k(add_s)},
       {"dAdd", 'd', 2, k(_vmkdAdd_HA), nullptr, ref_add, {whole_d, unit}, kSpecialsD, 0.5, "a+b", k(add_d)},
-      {"sHypot", 's', 2, k(_vmksHypot_HA), nullptr, ref_hypot, {whole_s, unit, half_s}, kSpecialsS, 1.0, "hypotf", k(hypot_s)},
-      {"dHypot", 'd', 2, k(_vmkdHypot_HA), nullptr, ref_hypot, {whole_d, unit, half_d}, kSpecialsD, 1.0, "hypot", k(hypot_d)},
+      {"sHypot", 's', 2, k(_vmksHypot_HA), nullptr, ref_hypot, {whole_s, unit, half_s, tiny_s}, kSpecialsS, 1.0, "hypotf", k(hypot_s)},
+      {"dHypot", 'd', 2, k(_vmkdHypot_HA), nullptr, ref_hypot, {whole_d, unit, half_d, tiny_d}, kSpecialsD, 1.0, "hypot", k(hypot_d)},
       {"sMul", 's', 2, k(_vmksMul_HA), nullptr, ref_mul, {half_s, unit}, kSpecialsS, 0.5, "a*b", k(mul_s)},
       {"dMul", 'd', 2, k(_vmkdMul_HA), nullptr, ref_mul, {half_d, unit}, kSpecialsD, 0.5, "a*b", k(mul_d)},
       {"sSqr", 's', 1, k(_vmksSqr_HA), ref_sqr, nullptr, {half_s}, kSpecialsS, 0.5, "a*a", k(sqr_s)},
