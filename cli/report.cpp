@@ -60,7 +60,9 @@ int run_report(const char *write_dir, long samples) {
   std::string perf =
       "# Performance\n\nNanoseconds per element on arrays of 1000, best of 7 runs of 2000 calls,\n"
       "kernel through its high accuracy stub against the plain loop over the glibc function\n"
-      "(or the C operator). Made by `build/cli/hpk report --write docs`; the machine is the\n"
+      "(or the C operator), called once per element through a pointer as a loop over a libm\n"
+      "function is; for the operators that overstates the gap, and the compiled loops are in the\n"
+      "benchmark sections below. Made by `build/cli/hpk report --write docs`; the machine is the\n"
       "2-core development machine, so compare the ratios rather than the absolute figures.\n"
       "Google Benchmark figures with peers from SLEEF and libmvec are in the sections below,\n"
       "from `build/bench/hpk_bench`.\n\n"
