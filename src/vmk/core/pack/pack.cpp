@@ -22,6 +22,13 @@ inline int64_t at(const void *p, int64_t i) {
 
 inline int64_t count(int64_t n, int width) { return width == 1 ? int64_t(int32_t(n)) : n; }
 
+// Calls f with a value of the integer type the width flag selects for indices and masks.
+template <class F>
+inline void by_width(int width, F f) {
+  if (width == 1) f(int32_t{});
+  else f(int64_t{});
+}
+
 template <int Bytes>
 struct Copies {
   using E = Element<Bytes>;
@@ -51,13 +58,15 @@ struct Copies {
   }
   static void pack_v(int64_t n, const void *a, const void *index, void *y, int width) {
     n = count(n, width);
-    if (width == 1) pack_v<int32_t>(n, static_cast<const E *>(a), index, static_cast<E *>(y));
-    else pack_v<int64_t>(n, static_cast<const E *>(a), index, static_cast<E *>(y));
+    by_width(width, [&](auto i) {
+      pack_v<decltype(i)>(n, static_cast<const E *>(a), index, static_cast<E *>(y));
+    });
   }
   static void unpack_v(int64_t n, const void *a, const void *index, void *y, int width) {
     n = count(n, width);
-    if (width == 1) unpack_v<int32_t>(n, static_cast<const E *>(a), index, static_cast<E *>(y));
-    else unpack_v<int64_t>(n, static_cast<const E *>(a), index, static_cast<E *>(y));
+    by_width(width, [&](auto i) {
+      unpack_v<decltype(i)>(n, static_cast<const E *>(a), index, static_cast<E *>(y));
+    });
   }
 
   // PackM appends, in order, each a[i] whose mask value is non-zero; UnpackM puts the packed
@@ -76,13 +85,15 @@ struct Copies {
   }
   static void pack_m(int64_t n, const void *a, const void *mask, void *y, int width) {
     n = count(n, width);
-    if (width == 1) pack_m<int32_t>(n, static_cast<const E *>(a), mask, static_cast<E *>(y));
-    else pack_m<int64_t>(n, static_cast<const E *>(a), mask, static_cast<E *>(y));
+    by_width(width, [&](auto i) {
+      pack_m<decltype(i)>(n, static_cast<const E *>(a), mask, static_cast<E *>(y));
+    });
   }
   static void unpack_m(int64_t n, const void *a, const void *mask, void *y, int width) {
     n = count(n, width);
-    if (width == 1) unpack_m<int32_t>(n, static_cast<const E *>(a), mask, static_cast<E *>(y));
-    else unpack_m<int64_t>(n, static_cast<const E *>(a), mask, static_cast<E *>(y));
+    by_width(width, [&](auto i) {
+      unpack_m<decltype(i)>(n, static_cast<const E *>(a), mask, static_cast<E *>(y));
+    });
   }
 };
 
