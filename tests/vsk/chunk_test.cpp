@@ -229,12 +229,4 @@ TEST_F(Chunks, FailingChunkAllocationAttachesNothing) {
   hpk_serv_hpk_free(mine);  // still the caller's
 }
 
-TEST(GlobLock, WordIsOneWhileHeld) {
-  EXPECT_EQ(_VSK_GLOB_RO_DATA_TABLE_LOCKER_1, 0);
-  _vskGlobRODataTableLock();
-  EXPECT_EQ(_VSK_GLOB_RO_DATA_TABLE_LOCKER_1, 1);
-  _vskGlobRODataTableUnLock();
-  EXPECT_EQ(_VSK_GLOB_RO_DATA_TABLE_LOCKER_1, 0);
-}
-
 }  // namespace

@@ -81,14 +81,6 @@ TEST(Stream, AllocationWritesTheHeadOnly) {
   hpk_serv_set_alloc_failure(0);
 }
 
-TEST(Stream, SeedWordsReachTheGenerator) {
-  const uint64_t seed = 0x0123456789abcdefu;
-  StreamState *s = toy::new_lcg(seed);
-  ASSERT_NE(s, nullptr);
-  EXPECT_EQ(toy::draw(s, 50), toy::lcg_model(seed, 50));
-  __vskDeleteStream(&s);
-}
-
 TEST(Stream, LeapfrogRefusesNegativeCountsFirst) {
   const toy::Ids &ids = toy::ids();
   struct Case { int32_t brng; int32_t k; int32_t nstreams; int32_t status; };
