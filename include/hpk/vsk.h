@@ -227,8 +227,8 @@ HPK_API int32_t __vskCreateGlobRODataTableEntry(GlobRODataEntry **entry, const u
                                                 void *data);
 /* Raises the first matching row's count and points the chunk at its block; no match: nothing. */
 HPK_API void __vskRegisterGlobRODataReference(StreamChunk *chunk, const uint64_t id[2]);
-/* Lowers the count of every matching row; a row reaching 0 releases its block and is replaced
- * by the last row. */
+/* Lowers the count of each matching row met by one scan; a row reaching 0 releases its block
+ * and is replaced by the last row, which the scan does not examine again. */
 HPK_API void __vskUnregisterGlobRODataReference(const uint64_t id[2]);
 
 HPK_API uint64_t vsktsRDTSC(void);

@@ -47,6 +47,7 @@ TEST_F(Chunks, NewestIsFoundFirst) {
   EXPECT_EQ(__vskGetNumChunks(s_), 3);
   EXPECT_EQ(s_->chunks->data, c);
   EXPECT_EQ(s_->chunks->size, 8);
+  EXPECT_EQ(uintptr_t(s_->chunks) % HPK_VSK_STREAM_ALIGNMENT, 0u);
   ASSERT_EQ(__vskDeleteChunks(s_), 0);
   EXPECT_EQ(s_->chunks, nullptr);
   EXPECT_EQ(__vskGetNumChunks(s_), 0);
