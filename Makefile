@@ -10,7 +10,7 @@ DEB_PACKAGES = g++ cmake ninja-build make pkg-config binutils python3 \
                libgtest-dev libgmock-dev libbenchmark-dev libblas-dev liblapack-dev \
                libmpfr-dev libgmp-dev libmpc-dev libsleef-dev libgsl-dev
 
-.PHONY: all deps configure build demo test check bench report clean
+.PHONY: all deps configure build demo test check tsan bench report clean
 
 all: build
 
@@ -43,6 +43,14 @@ check: deps
 	cmake --build build-asan -j $(JOBS)
 	cd build-asan && ctest --output-on-failure -j $(JOBS)
 
+# ThreadSanitizer over the stream suite (chunks and the shared table under several threads).
+tsan: deps
+	cmake -S . -B build-tsan -G Ninja -DCMAKE_BUILD_TYPE=Debug -DHPK_BUILD_BENCH=OFF \
+	  -DCMAKE_C_FLAGS=-fsanitize=thread -DCMAKE_CXX_FLAGS=-fsanitize=thread \
+	  -DCMAKE_EXE_LINKER_FLAGS=-fsanitize=thread -DCMAKE_SHARED_LINKER_FLAGS=-fsanitize=thread
+	cmake --build build-tsan -j $(JOBS) --target test_vsk
+	TSAN_OPTIONS=halt_on_error=1 build-tsan/tests/test_vsk
+
 bench: build
 	$(BUILD)/bench/hpk_bench
 
@@ -50,4 +58,4 @@ report: build
 	$(BUILD)/cli/hpk report --write docs
 
 clean:
-	rm -rf $(BUILD) build-asan
+	rm -rf $(BUILD) build-asan build-tsan
