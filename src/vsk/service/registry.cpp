@@ -7,6 +7,8 @@
 // while the row numbers stay reserved, so ids never move when generators arrive.
 #include "vsk/service/registry.hpp"
 
+#include "hpk/vsk_sobol.h"
+
 #include <cstring>
 
 namespace hpk::vsk {
@@ -39,7 +41,7 @@ constexpr BuiltinRow kBuiltin[HPK_VSK_NUM_BUILTIN_BRNGS] = {
     {40, 6, 1, 4, 32, 1, not_built},             // 2  MRG32K3A
     {32, 1, 0, 8, 59, 1, not_built},             // 3  MCG59
     {48, 4, 1, 16, 24, 273, not_built},          // 4  WH
-    {11648, 2604, 0, 4, 32, 1, not_built},       // 5  Sobol
+    {11648, 2604, 0, 4, 32, 1, HPK_VSK_BRNG_FUNCTIONS(Sobol)},  // 5  Sobol
     {43280, 10498, 0, 4, 32, 1, not_built},      // 6  Niederr
     {2520, 625, 1, 4, 32, 1, not_built},         // 7  MT19937
     {312, 70, 1, 4, 32, 6024, not_built},        // 8  MT2203
