@@ -355,6 +355,12 @@ TEST_F(Sobol, CopiesShareDirectionsAndMoveOnTheirOwn) {
   __vskDeleteStream(&first.s);              // the shared block outlives the first stream
   EXPECT_EQ(_GlobRODataTableCount, rows_ + 1);
   EXPECT_EQ(copy.raw(1000), slice(143, 1000));
+  // Skip-ahead and selection read the chunks too.
+  ASSERT_EQ(__vskSkipAheadStream(copy.s, 43 * 11 + 5), 0);
+  EXPECT_EQ(copy.raw(50), slice(1143 + 43 * 11 + 5, 50));
+  ASSERT_EQ(__vskLeapfrogStream(copy.s, 42, 0x7fffffff), 0);
+  const uint64_t pt = 1 + (1143 + 43 * 11 + 5 + 50) / 43;  // 42 not spent in the partial point
+  EXPECT_EQ(copy.raw(2), (std::vector<uint32_t>{model_point(v, pt, 42), model_point(v, pt + 1, 42)}));
 }
 
 TEST_F(Sobol, FailingAllocationsLeakNothing) {
