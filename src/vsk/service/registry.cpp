@@ -7,6 +7,8 @@
 // while the row numbers stay reserved, so ids never move when generators arrive.
 #include "vsk/service/registry.hpp"
 
+#include "hpk/vsk_sobol.h"
+
 #include <cstring>
 
 namespace hpk::vsk {
@@ -17,14 +19,17 @@ struct BrngFunctions {
   HpkVsksOutput s_output;
   HpkVskdOutput d_output;
   HpkVskiOutput i_output;
+  // Said outright: whether the address of an exported (interposable) function is null is not
+  // a constant expression in every build (-fsanitize=undefined refuses it).
+  bool present;
 };
 
-constexpr BrngFunctions not_built = {nullptr, nullptr, nullptr, nullptr};
+constexpr BrngFunctions not_built = {nullptr, nullptr, nullptr, nullptr, false};
 
 // Row functions of generator G: __vskBRng<G>InitStream, __vsksBRng<G>, __vskdBRng<G>,
 // __vskiBRng<G>.
 #define HPK_VSK_BRNG_FUNCTIONS(G) \
-  BrngFunctions { __vskBRng##G##InitStream, __vsksBRng##G, __vskdBRng##G, __vskiBRng##G }
+  BrngFunctions { __vskBRng##G##InitStream, __vsksBRng##G, __vskdBRng##G, __vskiBRng##G, true }
 
 struct BuiltinRow {
   int32_t state_bytes, state_words, has_zero, word_bytes, word_bits;
@@ -39,7 +44,7 @@ constexpr BuiltinRow kBuiltin[HPK_VSK_NUM_BUILTIN_BRNGS] = {
     {40, 6, 1, 4, 32, 1, not_built},             // 2  MRG32K3A
     {32, 1, 0, 8, 59, 1, not_built},             // 3  MCG59
     {48, 4, 1, 16, 24, 273, not_built},          // 4  WH
-    {11648, 2604, 0, 4, 32, 1, not_built},       // 5  Sobol
+    {11648, 2604, 0, 4, 32, 1, HPK_VSK_BRNG_FUNCTIONS(Sobol)},  // 5  Sobol
     {43280, 10498, 0, 4, 32, 1, not_built},      // 6  Niederr
     {2520, 625, 1, 4, 32, 1, not_built},         // 7  MT19937
     {312, 70, 1, 4, 32, 6024, not_built},        // 8  MT2203
@@ -50,7 +55,7 @@ constexpr BuiltinRow kBuiltin[HPK_VSK_NUM_BUILTIN_BRNGS] = {
     {24, 1, 1, 4, 32, 1, not_built},             // 13 TRNG
 };
 
-constexpr bool built(const BuiltinRow &r) { return r.fn.init_stream != nullptr; }
+constexpr bool built(const BuiltinRow &r) { return r.fn.present; }
 
 constexpr BrngEntry entry_of(const BuiltinRow &r) {
   if (!built(r)) return BrngEntry{};
