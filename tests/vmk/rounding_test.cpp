@@ -191,7 +191,7 @@ std::vector<T> inputs() {
   // Random patterns in every binade, denormals, infinities and NaNs included.
   std::mt19937_64 g(6);
   for (U E = 0; E <= (sizeof(T) == 8 ? 0x7FF : 0xFF); ++E)
-    for (int r = 0; r < 6; ++r) v.push_back(bitcast<T>(U((E << P) | (U(g()) & kMantMask))));
+    for (int r = 0; r < 24; ++r) v.push_back(bitcast<T>(U((E << P) | (U(g()) & kMantMask))));
   const std::size_t half = v.size();
   for (std::size_t i = 0; i < half; ++i) v.push_back(-v[i]);
   return v;

@@ -1,26 +1,32 @@
 // The rounding family (Ceil, Floor, Trunc, Round, NearbyInt, Rint, Modf) on bits, packed.
 //
-// Every element is sorted by the magnitude bits ax (sign cleared):
+// Every element is sorted by its magnitude bits ax (sign cleared):
 //   small    ax below 1.0            (zeros and denormals included)
 //   main     1.0 <= ax < 2^p          (p = 52 for double, 23 for single)
 //   big      ax >= 2^p                (integers, infinities, NaN)
-// In the main range the integer part is ax AND m, with m all ones shifted left by the number of
-// fraction bits (1075 - E for double, 150 - E for single, E the biased exponent); in the small
-// range m is 0. This is the same mask whether the fraction reaches into the top word of a
-// double or not: one 64-bit lane holds the whole pattern, so the carry of an added unit into
-// the top word is the integer carry of the lane.
+// The integer part of the magnitude is t = ax AND m, with m all ones shifted left by the number
+// of fraction bits, k = 1075 - E for double, 150 - E for single (E the biased exponent). In the
+// small range m is 0; in the big range k saturates at 0 and m is all ones, so t = ax. One
+// 64-bit lane holds the whole double, so the mask is the same whether the fraction reaches into
+// the top word or not, and the carry of an added unit into the top word (and the exponent) is
+// the carry of the addition 1.0 + t.
 //
-// The arithmetic unit is used only where the result is exact and no operand is denormal:
-// adding 1.0 to an integer below 2^p, and, in Modf, subtracting the integer part from a main
-// range x (both lie in one binade). Halves and parities are tested on the bits. So the results do not depend on the caller's rounding direction or
-// on flush-to-zero, no control state is read or written, and the only exception ever raised is
-// invalid, by x * 1.0 (or x + x in Modf) on a signalling NaN, which is what quiets it. Big
-// lanes are zeroed before any other arithmetic so that no NaN reaches a signalling compare and
-// nothing near the top of the range can overflow.
+// The arithmetic unit is used for one final exact operation: t + 1.0 or t + 0.0 (t an integer
+// below 2^p, or a big lane plus 0.0, which quiets a signalling NaN as x * 1.0 would; Round and
+// the nearest loop of NearbyInt and Rint round the magnitude by an integer carry first), and, in
+// Modf, x minus its integer part in the main range (both in one binade). Fractions, halves and
+// parities are tested on the bits. So the results do not depend on the caller's rounding
+// direction or on flush-to-zero or denormals-are-zero, no control state is read or written, no
+// operand of an arithmetic instruction is ever denormal, and the only exception raised is
+// invalid, by a signalling NaN.
 //
-// SSE2 has no per-lane variable shift; the double mask is made by two 64-bit shifts of all
-// ones, one per lane, and the single mask as minus 2^k, with 2^k built as a float exponent and
-// converted by truncation (exact for k <= 23, independent of the rounding direction).
+// Speed. SSE2 has no per-lane variable shift, and its shuffles all go to one execution port, so
+// the double kernels avoid lane-wide 64-bit compares: a test "v != 0" of a 64-bit lane is the
+// sign of v + (2^63 - 1) (v < 2^63 always), spread by an arithmetic shift over the top 32 bits
+// only. Such half-masks select 1.0, whose low word is 0, so the low half never matters. The
+// double mask m is made by two 64-bit shifts, one per lane; the single mask as minus 2^k, with
+// 2^k built as a float exponent and converted by truncation (exact for k <= 24, independent of
+// the rounding direction).
 #pragma once
 
 #include <emmintrin.h>
@@ -38,6 +44,8 @@ inline __m128i select(__m128i m, __m128i a, __m128i b) {
   return _mm_or_si128(_mm_and_si128(m, a), _mm_andnot_si128(m, b));
 }
 
+// "Lane masks" below are all ones or all zeros in the bits that matter: the whole lane for
+// single, the top 32 bits of the lane for double (the suffix _h). Masks for select are whole.
 struct Double {
   using T = double;
   static constexpr int kLanes = 2;
@@ -45,46 +53,46 @@ struct Double {
   static void store(double *p, __m128i v) { _mm_storeu_si128(reinterpret_cast<__m128i *>(p), v); }
   static __m128i splat(uint64_t u) { return _mm_set1_epi64x(int64_t(u)); }
   static __m128i sign() { return splat(0x8000000000000000ull); }
-  static __m128i one() { return splat(0x3FF0000000000000ull); }    // 1.0
-  static __m128i half() { return splat(0x3FE0000000000000ull); }   // 0.5
+  static __m128i one() { return splat(0x3FF0000000000000ull); }    // 1.0, low word 0
 
-  // Lane-wide masks from the top words (odd dwords) of a sign-cleared pattern.
-  static __m128i broadcast_top(__m128i c) { return _mm_shuffle_epi32(c, _MM_SHUFFLE(3, 3, 1, 1)); }
-  static __m128i is_small(__m128i ax) {
-    return broadcast_top(_mm_cmplt_epi32(ax, _mm_set1_epi32(0x3FF00000)));
+  // v != 0, for v below 2^63.
+  static __m128i nz_h(__m128i v) { return _mm_srai_epi32(_mm_add_epi64(v, splat(0x7FFFFFFFFFFFFFFFull)), 31); }
+  // 1 where v != 0, else 0, for v below 2^63.
+  static __m128i nz_01(__m128i v) { return _mm_srli_epi64(_mm_add_epi64(v, splat(0x7FFFFFFFFFFFFFFFull)), 63); }
+  static __m128i add_int(__m128i a, __m128i b) { return _mm_add_epi64(a, b); }
+  static __m128i neg_h(__m128i x) { return _mm_srai_epi32(x, 31); }
+  static __m128i small_h(__m128i ax) { return _mm_cmplt_epi32(ax, _mm_set1_epi32(0x3FF00000)); }
+  static __m128i at_least_half_h(__m128i ax) { return _mm_cmpgt_epi32(ax, _mm_set1_epi32(0x3FDFFFFF)); }
+  static __m128i above_half_h(__m128i ax) {
+    return andnot(_mm_srai_epi32(_mm_sub_epi64(ax, splat(0x3FE0000000000001ull)), 31), ones());
   }
-  static __m128i is_big(__m128i ax) {
-    return broadcast_top(_mm_cmpgt_epi32(ax, _mm_set1_epi32(0x432FFFFF)));
+
+  // Integer-part mask: 0 for small, all ones for big. The shift count is 1075 - E saturated at 0
+  // (big), plus at least 64 when E < 1023 (small), which shifts every bit out.
+  static __m128i int_mask(__m128i ax) {
+    const __m128i e = _mm_srli_epi64(ax, 52);
+    const __m128i below_one = _mm_subs_epu16(splat(1023), e);
+    const __m128i count = _mm_or_si128(_mm_subs_epu16(splat(1075), e), _mm_slli_epi16(below_one, 6));
+    const __m128i m0 = _mm_sll_epi64(_mm_set_epi64x(0, -1), count);
+    const __m128i m1 = _mm_sll_epi64(_mm_set_epi64x(-1, 0), _mm_unpackhi_epi64(count, count));
+    return _mm_or_si128(m0, m1);
   }
-  static __m128i is_negative(__m128i x) { return broadcast_top(_mm_srai_epi32(x, 31)); }
-  static __m128i at_least_half(__m128i ax) {
-    return broadcast_top(_mm_cmpgt_epi32(ax, _mm_set1_epi32(0x3FDFFFFF)));
-  }
+  static __m128i low_bit(__m128i m) { return _mm_and_si128(m, _mm_sub_epi64(zero(), m)); }
+  static __m128i minus_one(__m128i v) { return _mm_sub_epi64(v, splat(1)); }
+  static __m128i shift_right_1(__m128i v) { return _mm_srli_epi64(v, 1); }
+
+  // Whole-lane masks, for Modf.
+  static __m128i whole(__m128i h) { return _mm_shuffle_epi32(h, _MM_SHUFFLE(3, 3, 1, 1)); }
+  static __m128i is_big(__m128i ax) { return whole(_mm_cmpgt_epi32(ax, _mm_set1_epi32(0x432FFFFF))); }
   static __m128i is_nan(__m128i x) {
     const __m128d v = _mm_castsi128_pd(x);
     return _mm_castpd_si128(_mm_cmpunord_pd(v, v));  // quiet compare: raises nothing
   }
-  static __m128i eq(__m128i a, __m128i b) {
-    const __m128i c = _mm_cmpeq_epi32(a, b);
-    return _mm_and_si128(c, _mm_shuffle_epi32(c, _MM_SHUFFLE(2, 3, 0, 1)));
-  }
-  // Integer-part mask of a main or small lane (0 for small); any value for a big lane.
-  static __m128i int_mask(__m128i ax, __m128i small) {
-    const __m128i count = _mm_sub_epi64(splat(1075), _mm_srli_epi64(ax, 52));
-    const __m128i ones = _mm_set1_epi32(-1);
-    const __m128i m0 = _mm_sll_epi64(ones, count);
-    const __m128i m1 = _mm_sll_epi64(ones, _mm_unpackhi_epi64(count, count));
-    return andnot(small, _mm_unpacklo_epi64(m0, m1));
-  }
-  // The lowest set bit of a mask lane (0 for a zero mask), and the bit below it.
-  static __m128i low_bit(__m128i m) { return _mm_and_si128(m, _mm_sub_epi64(_mm_setzero_si128(), m)); }
-  static __m128i half_bit(__m128i m) { return _mm_srli_epi64(low_bit(m), 1); }
 
   static __m128d f(__m128i v) { return _mm_castsi128_pd(v); }
   static __m128i b(__m128d v) { return _mm_castpd_si128(v); }
   static __m128i add(__m128i x, __m128i y) { return b(_mm_add_pd(f(x), f(y))); }
   static __m128i sub(__m128i x, __m128i y) { return b(_mm_sub_pd(f(x), f(y))); }
-  static __m128i mul(__m128i x, __m128i y) { return b(_mm_mul_pd(f(x), f(y))); }
 };
 
 struct Single {
@@ -95,65 +103,63 @@ struct Single {
   static __m128i splat(uint32_t u) { return _mm_set1_epi32(int32_t(u)); }
   static __m128i sign() { return splat(0x80000000u); }
   static __m128i one() { return splat(0x3F800000u); }
-  static __m128i half() { return splat(0x3F000000u); }
 
-  static __m128i is_small(__m128i ax) { return _mm_cmplt_epi32(ax, splat(0x3F800000u)); }
+  static __m128i nz_h(__m128i v) { return _mm_srai_epi32(_mm_add_epi32(v, splat(0x7FFFFFFFu)), 31); }
+  static __m128i nz_01(__m128i v) { return _mm_srli_epi32(_mm_add_epi32(v, splat(0x7FFFFFFFu)), 31); }
+  static __m128i add_int(__m128i a, __m128i b) { return _mm_add_epi32(a, b); }
+  static __m128i neg_h(__m128i x) { return _mm_srai_epi32(x, 31); }
+  static __m128i small_h(__m128i ax) { return _mm_cmplt_epi32(ax, splat(0x3F800000u)); }
+  static __m128i at_least_half_h(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x3EFFFFFFu)); }
+  static __m128i above_half_h(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x3F000000u)); }
+
+  // -2^k with k = 150 - E saturated at 0 (big: all ones) and capped at 24 so that the float
+  // 2^k is exact and converts without a flag; small lanes are cleared.
+  static __m128i int_mask(__m128i ax) {
+    const __m128i k = _mm_min_epi16(_mm_subs_epu16(splat(150), _mm_srli_epi32(ax, 23)), splat(24));
+    const __m128i pow2 = _mm_cvttps_epi32(_mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(k, splat(127)), 23)));
+    return andnot(small_h(ax), _mm_sub_epi32(zero(), pow2));
+  }
+  static __m128i low_bit(__m128i m) { return _mm_and_si128(m, _mm_sub_epi32(zero(), m)); }
+  static __m128i minus_one(__m128i v) { return _mm_sub_epi32(v, splat(1)); }
+  static __m128i shift_right_1(__m128i v) { return _mm_srli_epi32(v, 1); }
+
+  static __m128i whole(__m128i h) { return h; }
   static __m128i is_big(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x4AFFFFFFu)); }
-  static __m128i is_negative(__m128i x) { return _mm_srai_epi32(x, 31); }
-  static __m128i at_least_half(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x3EFFFFFFu)); }
   static __m128i is_nan(__m128i x) {
     const __m128 v = _mm_castsi128_ps(x);
     return _mm_castps_si128(_mm_cmpunord_ps(v, v));
   }
-  static __m128i eq(__m128i a, __m128i b) { return _mm_cmpeq_epi32(a, b); }
-  // -2^k with k = 150 - E the fraction bit count; k is forced to 0 outside the main range so
-  // that the float 2^k stays in [1, 2^23] and its conversion is exact and raises nothing.
-  static __m128i int_mask(__m128i ax, __m128i small) {
-    const __m128i main = andnot(_mm_or_si128(small, is_big(ax)), _mm_set1_epi32(-1));
-    const __m128i k = _mm_and_si128(main, _mm_sub_epi32(splat(150), _mm_srli_epi32(ax, 23)));
-    const __m128i pow2 = _mm_cvttps_epi32(_mm_castsi128_ps(_mm_slli_epi32(_mm_add_epi32(k, splat(127)), 23)));
-    return andnot(small, _mm_sub_epi32(_mm_setzero_si128(), pow2));
-  }
-  static __m128i low_bit(__m128i m) { return _mm_and_si128(m, _mm_sub_epi32(_mm_setzero_si128(), m)); }
-  static __m128i half_bit(__m128i m) { return _mm_srli_epi32(low_bit(m), 1); }
 
   static __m128 f(__m128i v) { return _mm_castsi128_ps(v); }
   static __m128i b(__m128 v) { return _mm_castps_si128(v); }
   static __m128i add(__m128i x, __m128i y) { return b(_mm_add_ps(f(x), f(y))); }
   static __m128i sub(__m128i x, __m128i y) { return b(_mm_sub_ps(f(x), f(y))); }
-  static __m128i mul(__m128i x, __m128i y) { return b(_mm_mul_ps(f(x), f(y))); }
 };
 
 // What every member needs of a vector of elements.
 template <class K>
 struct Sorted {
-  __m128i x, sign, small, big;
-  __m128i axs;    // magnitude, zero in big lanes
-  __m128i t;      // integer part of the magnitude (the truncated magnitude)
-  __m128i mask;   // integer-part mask, 0 in small lanes
-  __m128i frac;   // lane mask: some fraction bit was set
+  __m128i x, sign, ax;
+  __m128i mask;   // integer-part mask: 0 small, all ones big
+  __m128i t;      // integer part of the magnitude (ax in big lanes)
 
   explicit Sorted(__m128i v) : x(v) {
     sign = _mm_and_si128(x, K::sign());
-    const __m128i ax = _mm_xor_si128(x, sign);
-    small = K::is_small(ax);
-    big = K::is_big(ax);
-    mask = K::int_mask(ax, small);
-    axs = andnot(big, ax);
-    t = _mm_and_si128(axs, mask);
-    frac = andnot(K::eq(t, axs), _mm_set1_epi32(-1));
+    ax = _mm_xor_si128(x, sign);
+    mask = K::int_mask(ax);
+    t = _mm_and_si128(ax, mask);
   }
-  // Big lanes take x * 1.0: integers unchanged, signalling NaNs quieted (the other lanes are
-  // zeroed first, so a denormal raises not even the denormal flag). The compiler would
-  // drop a multiplication by a known 1.0 (it assumes no signalling NaN), so the constant is
-  // passed through an empty asm that hides its value.
-  __m128i finish(__m128i magnitude) const {
+  __m128i fraction() const { return _mm_xor_si128(ax, t); }
+  // The result: t + 1.0 where `up` is set, t + 0.0 elsewhere, with the sign of x. Exact; in a
+  // big lane it is x * 1.0 (a signalling NaN comes out quiet). The compiler would drop an
+  // addition of a known 0.0 to a value it believes is no signalling NaN, so the constant 1.0
+  // passes through an empty asm that hides its value.
+  __m128i finish(__m128i up) const { return finish_from(t, up); }
+  __m128i finish_from(__m128i magnitude, __m128i up) const {
     __m128i one = K::one();
     asm("" : "+x"(one));
-    return select(big, K::mul(_mm_and_si128(big, x), one), _mm_or_si128(magnitude, sign));
+    return _mm_or_si128(K::add(magnitude, _mm_and_si128(up, one)), sign);
   }
-  // The truncated magnitude plus one where `up` is set (exact: t < 2^p).
-  __m128i t_plus(__m128i up) const { return K::add(t, _mm_and_si128(up, K::one())); }
 };
 
 // Unary members: `apply` maps a vector of element patterns to a vector of result patterns.
@@ -161,7 +167,7 @@ template <class K>
 struct Ceil {
   static __m128i apply(__m128i v) {
     const Sorted<K> s(v);
-    return s.finish(s.t_plus(andnot(K::is_negative(v), s.frac)));
+    return s.finish(andnot(K::neg_h(v), K::nz_h(s.fraction())));
   }
 };
 
@@ -169,7 +175,7 @@ template <class K>
 struct Floor {
   static __m128i apply(__m128i v) {
     const Sorted<K> s(v);
-    return s.finish(s.t_plus(_mm_and_si128(K::is_negative(v), s.frac)));
+    return s.finish(_mm_and_si128(K::neg_h(v), K::nz_h(s.fraction())));
   }
 };
 
@@ -177,38 +183,38 @@ template <class K>
 struct Trunc {
   static __m128i apply(__m128i v) {
     const Sorted<K> s(v);
-    return s.finish(s.t);
+    return s.finish(zero());
   }
 };
 
-// Halves away from zero. The half bit of a main lane is the bit below the integer part's
-// lowest bit; a small lane goes up from 0.5. Integer compares only, so a denormal input meets
-// no arithmetic (not even the denormal-operand flag is raised).
+// Round and Nearest round the magnitude by an integer carry: with h the half bit of the lane
+// (the bit below the integer part's lowest bit; 0 in small and big lanes), (ax + a) AND m
+// carries into the integer part exactly when the fraction f satisfies f + a >= 2h. The carry
+// runs on into the exponent where the integer part is all ones (1.5 -> 2, 2^52 - 0.5 -> 2^52).
+// Small lanes (m = 0) give 0 and take 1.0 by their own test.
+
+// Halves away from zero: a = h; a small lane goes up from 0.5.
 template <class K>
 struct Round {
   static __m128i apply(__m128i v) {
     const Sorted<K> s(v);
-    const __m128i half_set = andnot(K::eq(_mm_and_si128(s.axs, K::half_bit(s.mask)), zero()), ones());
-    return s.finish(s.t_plus(_mm_or_si128(half_set, _mm_and_si128(s.small, K::at_least_half(s.axs)))));
+    const __m128i half_bit = K::shift_right_1(K::low_bit(s.mask));
+    const __m128i r = _mm_and_si128(K::add_int(s.ax, half_bit), s.mask);
+    return s.finish_from(r, _mm_and_si128(K::small_h(s.ax), K::at_least_half_h(s.ax)));
   }
 };
 
-// To nearest, halves to the even neighbour: up when the fraction has its half bit and either
-// another bit or an odd integer part. A small lane goes up above 0.5 (its integer part, 0, is
-// even, so exactly 0.5 goes to zero).
+// To nearest, halves to the even neighbour: a = h - 1 + (1 if the integer part is odd). A small
+// lane goes up above 0.5 (its integer part, 0, is even, so exactly 0.5 goes to zero).
 template <class K>
 struct Nearest {
   static __m128i apply(__m128i v) {
     const Sorted<K> s(v);
-    const __m128i hb = K::half_bit(s.mask);
-    const __m128i f = andnot(s.mask, s.axs);
-    const __m128i has_half = andnot(K::eq(_mm_and_si128(f, hb), zero()), ones());
-    const __m128i tie = K::eq(f, hb);
-    const __m128i odd = andnot(K::eq(_mm_and_si128(s.t, K::low_bit(s.mask)), zero()), ones());
-    const __m128i main_up = _mm_and_si128(has_half, _mm_or_si128(andnot(tie, ones()), odd));
-    const __m128i small_up =
-        _mm_and_si128(_mm_and_si128(s.small, K::at_least_half(s.axs)), andnot(K::eq(s.axs, K::half()), ones()));
-    return s.finish(s.t_plus(_mm_or_si128(main_up, small_up)));
+    const __m128i half_bit = K::shift_right_1(K::low_bit(s.mask));
+    const __m128i odd = K::nz_01(_mm_and_si128(s.t, K::add_int(half_bit, half_bit)));
+    const __m128i a = K::add_int(andnot(s.mask, K::minus_one(half_bit)), odd);
+    const __m128i r = _mm_and_si128(K::add_int(s.ax, a), s.mask);
+    return s.finish_from(r, _mm_and_si128(K::small_h(s.ax), K::above_half_h(s.ax)));
   }
 };
 
@@ -254,20 +260,18 @@ void unary_loop(int n, const typename K::T *a, typename K::T *y) {
 
 // Modf: y the integer part, z the fraction. Main range: z = x - y (exact), or a zero with the
 // sign of x when no fraction bit was set. Small: y = signed zero, z = x. Integers and
-// infinities: y = x, z = signed zero. NaN: both x + x.
+// infinities: y = x, z = signed zero. NaN: both x + x, which is what y = (t + 0.0) | sign
+// gives for a NaN lane (t = |x| there). The subtraction sees main lanes only, the rest zeroed.
 template <class K>
 struct Modf {
   static void apply(__m128i v, __m128i &iy, __m128i &iz) {
     const Sorted<K> s(v);
-    const __m128i ip = _mm_or_si128(s.t, s.sign);
-    const __m128i in_main = andnot(_mm_or_si128(s.small, s.big), v);
-    const __m128i fp = K::sub(in_main, andnot(s.small, ip));
-    const __m128i nan = K::is_nan(v);
-    const __m128i nan_x = _mm_and_si128(nan, v);
-    const __m128i twice = K::add(nan_x, nan_x);
-    iy = select(nan, twice, select(s.big, v, ip));
-    iz = select(nan, twice,
-                select(s.big, s.sign, select(s.small, v, select(s.frac, fp, s.sign))));
+    iy = s.finish(zero());
+    const __m128i small = K::whole(K::small_h(s.ax));
+    const __m128i main = andnot(_mm_or_si128(small, K::is_big(s.ax)), ones());
+    const __m128i fp = K::sub(_mm_and_si128(main, v), _mm_and_si128(main, iy));
+    const __m128i has_fraction = _mm_and_si128(main, K::whole(K::nz_h(s.fraction())));
+    iz = select(K::is_nan(v), iy, select(small, v, select(has_fraction, fp, s.sign)));
   }
 };
 
