@@ -12,13 +12,14 @@
 // the carry of the addition 1.0 + t.
 //
 // The arithmetic unit is used for one final exact operation: t + 1.0 or t + 0.0 (t an integer
-// below 2^p, or a big lane plus 0.0, which quiets a signalling NaN as x * 1.0 would; Round and
-// the nearest loop of NearbyInt and Rint round the magnitude by an integer carry first), and, in
-// Modf, x minus its integer part in the main range (both in one binade). Fractions, halves and
-// parities are tested on the bits. So the results do not depend on the caller's rounding
-// direction or on flush-to-zero or denormals-are-zero, no control state is read or written, no
-// operand of an arithmetic instruction is ever denormal, and the only exception raised is
-// invalid, by a signalling NaN.
+// below 2^p, or a big lane plus 0.0, which quiets a signalling NaN as x * 1.0 would; Round
+// rounds the magnitude by an integer carry first), and, in Modf, x minus its integer part in
+// the main range (both in one binade). Fractions and halves are tested on the bits. So the
+// results do not depend on the caller's rounding direction or on flush-to-zero or
+// denormals-are-zero, no control state is read or written, no operand of an arithmetic
+// instruction is ever denormal, and the only exception raised is invalid, by a signalling NaN.
+// NearbyInt and Rint are the exception: they find the direction by arithmetic, and round to
+// nearest by arithmetic too (see Nearest), so they also raise inexact.
 //
 // Speed. SSE2 has no per-lane variable shift, and its shuffles all go to one execution port, so
 // the double kernels avoid lane-wide 64-bit compares: a test "v != 0" of a 64-bit lane is the
@@ -57,15 +58,13 @@ struct Double {
 
   // v != 0, for v below 2^63.
   static __m128i nz_h(__m128i v) { return _mm_srai_epi32(_mm_add_epi64(v, splat(0x7FFFFFFFFFFFFFFFull)), 31); }
-  // 1 where v != 0, else 0, for v below 2^63.
-  static __m128i nz_01(__m128i v) { return _mm_srli_epi64(_mm_add_epi64(v, splat(0x7FFFFFFFFFFFFFFFull)), 63); }
   static __m128i add_int(__m128i a, __m128i b) { return _mm_add_epi64(a, b); }
   static __m128i neg_h(__m128i x) { return _mm_srai_epi32(x, 31); }
   static __m128i small_h(__m128i ax) { return _mm_cmplt_epi32(ax, _mm_set1_epi32(0x3FF00000)); }
   static __m128i at_least_half_h(__m128i ax) { return _mm_cmpgt_epi32(ax, _mm_set1_epi32(0x3FDFFFFF)); }
-  static __m128i above_half_h(__m128i ax) {
-    return andnot(_mm_srai_epi32(_mm_sub_epi64(ax, splat(0x3FE0000000000001ull)), 31), ones());
-  }
+  static __m128i below_half_h(__m128i ax) { return _mm_cmplt_epi32(ax, _mm_set1_epi32(0x3FE00000)); }
+  static __m128i big_h(__m128i ax) { return _mm_cmpgt_epi32(ax, _mm_set1_epi32(0x432FFFFF)); }
+  static __m128i two_p() { return splat(0x4330000000000000ull); }  // 2^52
 
   // Integer-part mask: 0 for small, all ones for big. The shift count is 1075 - E saturated at 0
   // (big), plus at least 64 when E < 1023 (small), which shifts every bit out.
@@ -78,12 +77,11 @@ struct Double {
     return _mm_or_si128(m0, m1);
   }
   static __m128i low_bit(__m128i m) { return _mm_and_si128(m, _mm_sub_epi64(zero(), m)); }
-  static __m128i minus_one(__m128i v) { return _mm_sub_epi64(v, splat(1)); }
   static __m128i shift_right_1(__m128i v) { return _mm_srli_epi64(v, 1); }
 
   // Whole-lane masks, for Modf.
   static __m128i whole(__m128i h) { return _mm_shuffle_epi32(h, _MM_SHUFFLE(3, 3, 1, 1)); }
-  static __m128i is_big(__m128i ax) { return whole(_mm_cmpgt_epi32(ax, _mm_set1_epi32(0x432FFFFF))); }
+  static __m128i is_big(__m128i ax) { return whole(big_h(ax)); }
   static __m128i is_nan(__m128i x) {
     const __m128d v = _mm_castsi128_pd(x);
     return _mm_castpd_si128(_mm_cmpunord_pd(v, v));  // quiet compare: raises nothing
@@ -105,12 +103,13 @@ struct Single {
   static __m128i one() { return splat(0x3F800000u); }
 
   static __m128i nz_h(__m128i v) { return _mm_srai_epi32(_mm_add_epi32(v, splat(0x7FFFFFFFu)), 31); }
-  static __m128i nz_01(__m128i v) { return _mm_srli_epi32(_mm_add_epi32(v, splat(0x7FFFFFFFu)), 31); }
   static __m128i add_int(__m128i a, __m128i b) { return _mm_add_epi32(a, b); }
   static __m128i neg_h(__m128i x) { return _mm_srai_epi32(x, 31); }
   static __m128i small_h(__m128i ax) { return _mm_cmplt_epi32(ax, splat(0x3F800000u)); }
   static __m128i at_least_half_h(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x3EFFFFFFu)); }
-  static __m128i above_half_h(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x3F000000u)); }
+  static __m128i below_half_h(__m128i ax) { return _mm_cmplt_epi32(ax, splat(0x3F000000u)); }
+  static __m128i big_h(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x4AFFFFFFu)); }
+  static __m128i two_p() { return splat(0x4B000000u); }  // 2^23
 
   // -2^k with k = 150 - E saturated at 0 (big: all ones) and capped at 24 so that the float
   // 2^k is exact and converts without a flag; small lanes are cleared.
@@ -120,11 +119,10 @@ struct Single {
     return andnot(small_h(ax), _mm_sub_epi32(zero(), pow2));
   }
   static __m128i low_bit(__m128i m) { return _mm_and_si128(m, _mm_sub_epi32(zero(), m)); }
-  static __m128i minus_one(__m128i v) { return _mm_sub_epi32(v, splat(1)); }
   static __m128i shift_right_1(__m128i v) { return _mm_srli_epi32(v, 1); }
 
   static __m128i whole(__m128i h) { return h; }
-  static __m128i is_big(__m128i ax) { return _mm_cmpgt_epi32(ax, splat(0x4AFFFFFFu)); }
+  static __m128i is_big(__m128i ax) { return big_h(ax); }
   static __m128i is_nan(__m128i x) {
     const __m128 v = _mm_castsi128_ps(x);
     return _mm_castps_si128(_mm_cmpunord_ps(v, v));
@@ -187,13 +185,11 @@ struct Trunc {
   }
 };
 
-// Round and Nearest round the magnitude by an integer carry: with h the half bit of the lane
-// (the bit below the integer part's lowest bit; 0 in small and big lanes), (ax + a) AND m
-// carries into the integer part exactly when the fraction f satisfies f + a >= 2h. The carry
-// runs on into the exponent where the integer part is all ones (1.5 -> 2, 2^52 - 0.5 -> 2^52).
-// Small lanes (m = 0) give 0 and take 1.0 by their own test.
-
-// Halves away from zero: a = h; a small lane goes up from 0.5.
+// Halves away from zero, by an integer carry: with h the half bit of the lane (the bit below
+// the integer part's lowest bit; 0 in small and big lanes), (ax + h) AND m carries into the
+// integer part exactly when the fraction is at least h. The carry runs on into the exponent
+// where the integer part is all ones (1.5 -> 2, 2^52 - 0.5 -> 2^52). Small lanes (m = 0) give
+// 0 and go to 1.0 from 0.5 by their own test.
 template <class K>
 struct Round {
   static __m128i apply(__m128i v) {
@@ -204,17 +200,23 @@ struct Round {
   }
 };
 
-// To nearest, halves to the even neighbour: a = h - 1 + (1 if the integer part is odd). A small
-// lane goes up above 0.5 (its integer part, 0, is even, so exactly 0.5 goes to zero).
+// To nearest, halves to the even neighbour, for NearbyInt and Rint only: this loop runs when
+// the direction sums at entry found the caller rounding to nearest, so adding and subtracting
+// 2^p rounds a magnitude below 2^p to the required integer in one exact step (ties to even,
+// 0.5 to 0). It raises inexact, as the direction sums have already done. Lanes below 0.5 (their
+// result is a signed zero, and no denormal should meet the adder) and big lanes are zeroed
+// first; a big lane then takes 0 + |x|, which quiets a signalling NaN.
 template <class K>
 struct Nearest {
   static __m128i apply(__m128i v) {
-    const Sorted<K> s(v);
-    const __m128i half_bit = K::shift_right_1(K::low_bit(s.mask));
-    const __m128i odd = K::nz_01(_mm_and_si128(s.t, K::add_int(half_bit, half_bit)));
-    const __m128i a = K::add_int(andnot(s.mask, K::minus_one(half_bit)), odd);
-    const __m128i r = _mm_and_si128(K::add_int(s.ax, a), s.mask);
-    return s.finish_from(r, _mm_and_si128(K::small_h(s.ax), K::above_half_h(s.ax)));
+    const __m128i sign = _mm_and_si128(v, K::sign());
+    const __m128i ax = _mm_xor_si128(v, sign);
+    const __m128i big = K::big_h(ax);
+    const __m128i skip = K::whole(_mm_or_si128(big, K::below_half_h(ax)));
+    __m128i two_p = K::two_p();
+    asm("" : "+x"(two_p));
+    const __m128i r = K::sub(K::add(andnot(skip, ax), two_p), two_p);
+    return _mm_or_si128(K::add(r, _mm_and_si128(K::whole(big), ax)), sign);
   }
 };
 
