@@ -149,14 +149,11 @@ struct Sorted {
   }
   __m128i fraction() const { return _mm_xor_si128(ax, t); }
   // The result: t + 1.0 where `up` is set, t + 0.0 elsewhere, with the sign of x. Exact; in a
-  // big lane it is x * 1.0 (a signalling NaN comes out quiet). The compiler would drop an
-  // addition of a known 0.0 to a value it believes is no signalling NaN, so the constant 1.0
-  // passes through an empty asm that hides its value.
+  // big lane it is |x| + 0.0, which quiets a signalling NaN as x * 1.0 would. (An addition of
+  // 0.0 is kept by the compiler as long as signed zeros are honoured, which the build does.)
   __m128i finish(__m128i up) const { return finish_from(t, up); }
   __m128i finish_from(__m128i magnitude, __m128i up) const {
-    __m128i one = K::one();
-    asm("" : "+x"(one));
-    return _mm_or_si128(K::add(magnitude, _mm_and_si128(up, one)), sign);
+    return _mm_or_si128(K::add(magnitude, _mm_and_si128(up, K::one())), sign);
   }
 };
 
@@ -213,8 +210,7 @@ struct Nearest {
     const __m128i ax = _mm_xor_si128(v, sign);
     const __m128i big = K::big_h(ax);
     const __m128i skip = K::whole(_mm_or_si128(big, K::below_half_h(ax)));
-    __m128i two_p = K::two_p();
-    asm("" : "+x"(two_p));
+    const __m128i two_p = K::two_p();
     const __m128i r = K::sub(K::add(andnot(skip, ax), two_p), two_p);
     return _mm_or_si128(K::add(r, _mm_and_si128(K::whole(big), ax)), sign);
   }
