@@ -4,6 +4,7 @@
 // inputs in every binade, under each of the four rounding directions set by the caller.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cfenv>
 #include <cmath>
 #include <cstdint>
@@ -257,19 +258,25 @@ template <class T>
 void check_member(const Member &m, const Direction &dir) {
   const std::vector<T> x = inputs<T>();
   const int n = int(x.size());
-  std::vector<T> y(n + 1);
+  std::vector<T> y(n + 1), y_pieces(n);
   const Fn fn = m.follows_direction ? dir.rint_model : m.fixed;
+  auto kernel = [&](int len, const T *in, T *out) {
+    if constexpr (sizeof(T) == 8) m.dk(len, in, out);
+    else m.sk(len, in, out);
+  };
   {
     const DirectionScope scope(dir.fe);
-    // Offset by one element so the vector loop meets unaligned arrays and a tail.
-    if constexpr (sizeof(T) == 8) m.dk(n, x.data(), y.data() + 1);
-    else m.sk(n, x.data(), y.data() + 1);
+    // The whole array, offset by one element so that the stores are unaligned; then pieces of
+    // 1 to 9 elements, so that every tail length meets every kind of input.
+    kernel(n, x.data(), y.data() + 1);
+    for (int i = 0, len = 1; i < n; i += len, len = len % 9 + 1)
+      kernel(std::min(len, n - i), x.data() + i, y_pieces.data() + i);
     int shown = 0;
     for (int i = 0; i < n && shown < 8; ++i) {
       const T want = sizeof(T) == 8 ? T(model_d(fn, double(x[i]))) : T(model_s(fn, float(x[i])));
       const T lib = sizeof(T) == 8 ? T(m.dlib(double(x[i]))) : T(m.slib(float(x[i])));
       const T got = y[i + 1];
-      const bool ok = same_bits(got, want) && same_bits(got, lib);
+      const bool ok = same_bits(got, want) && same_bits(got, lib) && same_bits(y_pieces[i], want);
       if (!ok) ++shown;
       EXPECT_TRUE(ok) << m.name << (sizeof(T) == 8 ? " d" : " s") << " " << dir.name << " x "
                       << hex(x[i]) << " got " << hex(got) << " model " << hex(want) << " libc "
@@ -292,7 +299,8 @@ void check_modf(const Direction &dir, void (*k)(int, const T *, T *, T *), T (*l
   const int n = int(x.size());
   std::vector<T> y(n), z(n);
   const DirectionScope scope(dir.fe);
-  k(n, x.data(), y.data(), z.data());
+  for (int i = 0, len = 1; i < n; i += len, len = len % 9 + 1)  // every tail length
+    k(std::min(len, n - i), x.data() + i, y.data() + i, z.data() + i);
   int bad = 0;
   for (int i = 0; i < n && bad < 8; ++i) {
     T ip, fp, lip;

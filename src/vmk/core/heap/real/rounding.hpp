@@ -34,7 +34,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace hpk::vmk::rounding {
 
@@ -220,10 +219,10 @@ struct Nearest {
 // with S = 2^52,
 //   a = (1.25 + S) - S,  b = (-0.5 - S) + S,  c = (-0.75 - S) + S,
 //   d = -(int)((a + b) + c) & 3
-// gives 0 to nearest, 1 downward, 2 upward, 3 toward zero. The sums are inexact by design and
-// raise that flag, the only flag these two kernels raise beside invalid for a signalling NaN.
-// S is read through a volatile so the
-// sums are done at run time, under the caller's direction, and cannot be folded at build time.
+// gives 0 to nearest, 1 downward, 2 upward, 3 toward zero. S is read through a volatile, so the
+// sums are done at run time under the caller's direction and cannot be folded at build time.
+// They are inexact by design and raise that flag, the only flag these two kernels raise beside
+// invalid for a signalling NaN.
 inline int rounding_direction() {
   static volatile const double kS = 0x1p52;
   const double s = kS;
@@ -247,7 +246,7 @@ void unary_loop(int n, const typename K::T *a, typename K::T *y) {
   if (n <= 0) return;
   int i = 0;
   if (y == a || !overlaps(y, a, std::size_t(n) * sizeof(T))) {
-    for (; i + L <= n; i += L) K::store(y + i, Op::apply(K::load(a + i)));
+    for (; i <= n - L; i += L) K::store(y + i, Op::apply(K::load(a + i)));
   }
   for (; i < n; ++i) {
     T lanes[L] = {a[i]};
@@ -283,7 +282,7 @@ void modf_loop(int n, const typename K::T *a, typename K::T *y, typename K::T *z
   const bool apart = (y == a || !overlaps(y, a, bytes)) && (z == a || !overlaps(z, a, bytes)) &&
                      !overlaps(y, z, bytes);
   if (apart) {
-    for (; i + L <= n; i += L) {
+    for (; i <= n - L; i += L) {
       __m128i iy, iz;
       Modf<K>::apply(K::load(a + i), iy, iz);
       K::store(y + i, iy);
