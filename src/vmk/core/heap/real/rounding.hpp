@@ -80,7 +80,6 @@ struct Double {
 
   // Whole-lane masks, for Modf.
   static __m128i whole(__m128i h) { return _mm_shuffle_epi32(h, _MM_SHUFFLE(3, 3, 1, 1)); }
-  static __m128i is_big(__m128i ax) { return whole(big_h(ax)); }
   static __m128i is_nan(__m128i x) {
     const __m128d v = _mm_castsi128_pd(x);
     return _mm_castpd_si128(_mm_cmpunord_pd(v, v));  // quiet compare: raises nothing
@@ -121,7 +120,6 @@ struct Single {
   static __m128i shift_right_1(__m128i v) { return _mm_srli_epi32(v, 1); }
 
   static __m128i whole(__m128i h) { return h; }
-  static __m128i is_big(__m128i ax) { return big_h(ax); }
   static __m128i is_nan(__m128i x) {
     const __m128 v = _mm_castsi128_ps(x);
     return _mm_castps_si128(_mm_cmpunord_ps(v, v));
@@ -258,17 +256,19 @@ void unary_loop(int n, const typename K::T *a, typename K::T *y) {
 // Modf: y the integer part, z the fraction. Main range: z = x - y (exact), or a zero with the
 // sign of x when no fraction bit was set. Small: y = signed zero, z = x. Integers and
 // infinities: y = x, z = signed zero. NaN: both x + x, which is what y = (t + 0.0) | sign
-// gives for a NaN lane (t = |x| there). The subtraction sees main lanes only, the rest zeroed.
+// gives for a NaN lane (t = |x| there). The fraction is taken on magnitudes, ax - t, in main
+// lanes only (the others zeroed, so nothing denormal or infinite meets the subtracter), and its
+// sign bit is cleared before the sign of x goes on: x - x is -0 when rounding downward.
 template <class K>
 struct Modf {
   static void apply(__m128i v, __m128i &iy, __m128i &iz) {
     const Sorted<K> s(v);
     iy = s.finish(zero());
-    const __m128i small = K::whole(K::small_h(s.ax));
-    const __m128i main = andnot(_mm_or_si128(small, K::is_big(s.ax)), ones());
-    const __m128i fp = K::sub(_mm_and_si128(main, v), _mm_and_si128(main, iy));
-    const __m128i has_fraction = _mm_and_si128(main, K::whole(K::nz_h(s.fraction())));
-    iz = select(K::is_nan(v), iy, select(small, v, select(has_fraction, fp, s.sign)));
+    const __m128i small_h = K::small_h(s.ax);
+    const __m128i off_main = K::whole(_mm_or_si128(small_h, K::big_h(s.ax)));
+    const __m128i fm = K::sub(andnot(off_main, s.ax), andnot(off_main, s.t));
+    const __m128i z = select(K::whole(small_h), v, andnot(K::sign(), fm));
+    iz = _mm_or_si128(_mm_or_si128(z, _mm_and_si128(K::is_nan(v), iy)), s.sign);
   }
 };
 
