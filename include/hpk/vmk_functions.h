@@ -21,20 +21,20 @@
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.26f, 1.26f, 1.26f)                            \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
-  X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                              \
-  X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.6f, 5.6f, 5.6f)                              \
-  X(s, Floor, ONE, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                             \
-  X(d, Floor, ONE, HAynn, HAynn, HAynn, 6.4f, 6.4f, 6.4f)                             \
+  X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
+  X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
+  X(s, Floor, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                             \
+  X(d, Floor, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                             \
   X(s, Hypot, TWO, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                             \
   X(d, Hypot, TWO, HAynn, HAynn, HAynn, 9.0f, 9.0f, 9.0f)                             \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
-  X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 4.2f, 4.2f, 4.2f)                          \
-  X(d, Modf, TWO_OUT, HAynn, HAynn, HAynn, 11.0f, 11.0f, 11.0f)                       \
+  X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
+  X(d, Modf, TWO_OUT, HAynn, HAynn, HAynn, 7.2f, 7.2f, 7.2f)                          \
   X(s, Mul, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Mul, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
-  X(s, NearbyInt, ONE, HAynn, HAynn, HAynn, 1.4f, 1.4f, 1.4f)                         \
-  X(d, NearbyInt, ONE, HAynn, HAynn, HAynn, 3.3f, 3.3f, 3.3f)                         \
+  X(s, NearbyInt, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                         \
+  X(d, NearbyInt, ONE, HAynn, HAynn, HAynn, 2.9f, 2.9f, 2.9f)                         \
   X(s, PackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
   X(d, PackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
   X(c, PackI, PACK_I, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
@@ -47,16 +47,16 @@
   X(d, PackV, PACK_V, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
   X(c, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
   X(z, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
-  X(s, Rint, ONE, HAynn, HAynn, HAynn, 1.4f, 1.4f, 1.4f)                              \
-  X(d, Rint, ONE, HAynn, HAynn, HAynn, 3.3f, 3.3f, 3.3f)                              \
-  X(s, Round, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                             \
-  X(d, Round, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                             \
+  X(s, Rint, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                              \
+  X(d, Rint, ONE, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                              \
+  X(s, Round, ONE, HAynn, HAynn, HAynn, 2.3f, 2.3f, 2.3f)                             \
+  X(d, Round, ONE, HAynn, HAynn, HAynn, 5.3f, 5.3f, 5.3f)                             \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                               \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
-  X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.6f, 1.6f, 1.6f)                             \
-  X(d, Trunc, ONE, HAynn, HAynn, HAynn, 3.7f, 3.7f, 3.7f)                             \
+  X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
+  X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                        \
   X(d, UnpackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                        \
   X(c, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)               \
