@@ -24,12 +24,20 @@
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.36f, 1.36f, 1.36f)                            \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
+  X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
+  X(s, Floor, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                             \
+  X(d, Floor, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                             \
   X(s, Hypot, TWO, HAynn, HAynn, HAynn, 6.40f, 6.40f, 6.40f)                          \
   X(d, Hypot, TWO, HAynn, HAynn, HAynn, 19.51f, 19.51f, 19.51f)                       \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
+  X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
+  X(d, Modf, TWO_OUT, HAynn, HAynn, HAynn, 7.2f, 7.2f, 7.2f)                          \
   X(s, Mul, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Mul, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(s, NearbyInt, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                         \
+  X(d, NearbyInt, ONE, HAynn, HAynn, HAynn, 2.9f, 2.9f, 2.9f)                         \
   X(s, PackI, PACK_I, HAynn, HAynn, HAynn, 1.70f, 1.70f, 1.70f)                       \
   X(d, PackI, PACK_I, HAynn, HAynn, HAynn, 1.68f, 1.68f, 1.68f)                       \
   X(c, PackI, PACK_I, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
@@ -42,10 +50,16 @@
   X(d, PackV, PACK_V, HAynn, HAynn, HAynn, 1.85f, 1.85f, 1.85f)                       \
   X(c, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
   X(z, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
+  X(s, Rint, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                              \
+  X(d, Rint, ONE, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                              \
+  X(s, Round, ONE, HAynn, HAynn, HAynn, 2.3f, 2.3f, 2.3f)                             \
+  X(d, Round, ONE, HAynn, HAynn, HAynn, 5.3f, 5.3f, 5.3f)                             \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.71f, 0.71f, 0.71f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
+  X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \
   X(d, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \
   X(c, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)               \

@@ -134,7 +134,7 @@ TEST(Isa, NoInstructionBeyondSse2) {
       "addsubp", "haddp", "hsubp", "lddqu", "movddup", "movshdup", "movsldup",         // SSE3
       "pshufb", "phadd", "phsub", "pmaddubsw", "pmulhrsw", "psign", "pabs", "palignr", // SSSE3
       "blendp", "blendvp", "pblend", "dpp", "insertps", "extractps", "pextr", "pinsr",
-      "pmaxs", "pmaxu", "pmins", "pminu", "pmuldq", "pmulld", "ptest", "roundp", "rounds",
+      "pmaxsb", "pmaxsd", "pmaxuw", "pmaxud", "pminsb", "pminsd", "pminuw", "pminud", "pmuldq", "pmulld", "ptest", "roundp", "rounds",
       "pmovsx", "pmovzx", "packusdw", "pcmpeqq", "pcmpgtq", "phminposuw", "mpsadbw",
       "movntdqa", "pcmpestr", "pcmpistr", "crc32", "popcnt", "lzcnt", "tzcnt", "bextr",
       "blsi", "blsr", "bzhi", "pdep", "pext", "sarx", "shlx", "shrx", "rorx", "mulx", "movbe"};

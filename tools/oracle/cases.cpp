@@ -16,6 +16,13 @@ int ref_mul(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpf
 int ref_hypot(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpfr_hypot(r, a, b, m); }
 int ref_sqr(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_sqr(r, a, m); }
 int ref_abs(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_abs(r, a, m); }
+// The rounding family is exact: the reference is the integer itself (the sweep runs in the
+// caller's default direction, to nearest, for NearbyInt and Rint).
+int ref_ceil(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t) { return mpfr_ceil(r, a); }
+int ref_floor(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t) { return mpfr_floor(r, a); }
+int ref_trunc(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t) { return mpfr_trunc(r, a); }
+int ref_round(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t) { return mpfr_round(r, a); }
+int ref_rint(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t) { return mpfr_rint(r, a, MPFR_RNDN); }
 
 double add_d(double a, double b) { return a + b; }
 float add_s(float a, float b) { return a + b; }
@@ -29,6 +36,18 @@ double hypot_d(double a, double b) { return std::hypot(a, b); }
 float hypot_s(float a, float b) { return std::hypot(a, b); }
 double fabs_d(double a) { return std::fabs(a); }
 float fabs_s(float a) { return std::fabs(a); }
+double ceil_d(double a) { return std::ceil(a); }
+float ceil_s(float a) { return std::ceil(a); }
+double floor_d(double a) { return std::floor(a); }
+float floor_s(float a) { return std::floor(a); }
+double trunc_d(double a) { return std::trunc(a); }
+float trunc_s(float a) { return std::trunc(a); }
+double round_d(double a) { return std::round(a); }
+float round_s(float a) { return std::round(a); }
+double nearbyint_d(double a) { return std::nearbyint(a); }
+float nearbyint_s(float a) { return std::nearbyint(a); }
+double rint_d(double a) { return std::rint(a); }
+float rint_s(float a) { return std::rint(a); }
 
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kMaxD = std::numeric_limits<double>::max();
@@ -53,19 +72,33 @@ std::vector<Case> make_cases() {
   const Range half_s{0x1p-63, 0x1p63, true};
   const Range tiny_d{kTrueMinD, 0x1p-1000, true};  // denormal and near-denormal results
   const Range tiny_s{kTrueMinF, 0x1p-120, true};
+  const Range frac_d{0x1p-2, 0x1p53, true};  // the binades where a fraction is cut
+  const Range frac_s{0x1p-2, 0x1p24, true};
   return {
       {"sAbs", 's', 1, k(_vmksAbs_HA), ref_abs, nullptr, {whole_s}, kSpecialsS, 0.0, "fabsf", k(fabs_s)},
       {"dAbs", 'd', 1, k(_vmkdAbs_HA), ref_abs, nullptr, {whole_d}, kSpecialsD, 0.0, "fabs", k(fabs_d)},
       {"sAdd", 's', 2, k(_vmksAdd_HA), nullptr, ref_add, {whole_s, unit}, kSpecialsS, 0.5, "a+b", k(add_s)},
       {"dAdd", 'd', 2, k(_vmkdAdd_HA), nullptr, ref_add, {whole_d, unit}, kSpecialsD, 0.5, "a+b", k(add_d)},
+      {"sCeil", 's', 1, k(_vmksCeil_HA), ref_ceil, nullptr, {whole_s, frac_s}, kSpecialsS, 0.0, "ceilf", k(ceil_s)},
+      {"dCeil", 'd', 1, k(_vmkdCeil_HA), ref_ceil, nullptr, {whole_d, frac_d}, kSpecialsD, 0.0, "ceil", k(ceil_d)},
+      {"sFloor", 's', 1, k(_vmksFloor_HA), ref_floor, nullptr, {whole_s, frac_s}, kSpecialsS, 0.0, "floorf", k(floor_s)},
+      {"dFloor", 'd', 1, k(_vmkdFloor_HA), ref_floor, nullptr, {whole_d, frac_d}, kSpecialsD, 0.0, "floor", k(floor_d)},
       {"sHypot", 's', 2, k(_vmksHypot_HA), nullptr, ref_hypot, {whole_s, unit, half_s, tiny_s}, kSpecialsS, 1.0, "hypotf", k(hypot_s)},
       {"dHypot", 'd', 2, k(_vmkdHypot_HA), nullptr, ref_hypot, {whole_d, unit, half_d, tiny_d}, kSpecialsD, 1.0, "hypot", k(hypot_d)},
       {"sMul", 's', 2, k(_vmksMul_HA), nullptr, ref_mul, {half_s, unit}, kSpecialsS, 0.5, "a*b", k(mul_s)},
       {"dMul", 'd', 2, k(_vmkdMul_HA), nullptr, ref_mul, {half_d, unit}, kSpecialsD, 0.5, "a*b", k(mul_d)},
+      {"sNearbyInt", 's', 1, k(_vmksNearbyInt_HA), ref_rint, nullptr, {whole_s, frac_s}, kSpecialsS, 0.0, "nearbyintf", k(nearbyint_s)},
+      {"dNearbyInt", 'd', 1, k(_vmkdNearbyInt_HA), ref_rint, nullptr, {whole_d, frac_d}, kSpecialsD, 0.0, "nearbyint", k(nearbyint_d)},
+      {"sRint", 's', 1, k(_vmksRint_HA), ref_rint, nullptr, {whole_s, frac_s}, kSpecialsS, 0.0, "rintf", k(rint_s)},
+      {"dRint", 'd', 1, k(_vmkdRint_HA), ref_rint, nullptr, {whole_d, frac_d}, kSpecialsD, 0.0, "rint", k(rint_d)},
+      {"sRound", 's', 1, k(_vmksRound_HA), ref_round, nullptr, {whole_s, frac_s}, kSpecialsS, 0.0, "roundf", k(round_s)},
+      {"dRound", 'd', 1, k(_vmkdRound_HA), ref_round, nullptr, {whole_d, frac_d}, kSpecialsD, 0.0, "round", k(round_d)},
       {"sSqr", 's', 1, k(_vmksSqr_HA), ref_sqr, nullptr, {half_s}, kSpecialsS, 0.5, "a*a", k(sqr_s)},
       {"dSqr", 'd', 1, k(_vmkdSqr_HA), ref_sqr, nullptr, {half_d}, kSpecialsD, 0.5, "a*a", k(sqr_d)},
       {"sSub", 's', 2, k(_vmksSub_HA), nullptr, ref_sub, {whole_s, unit}, kSpecialsS, 0.5, "a-b", k(sub_s)},
       {"dSub", 'd', 2, k(_vmkdSub_HA), nullptr, ref_sub, {whole_d, unit}, kSpecialsD, 0.5, "a-b", k(sub_d)},
+      {"sTrunc", 's', 1, k(_vmksTrunc_HA), ref_trunc, nullptr, {whole_s, frac_s}, kSpecialsS, 0.0, "truncf", k(trunc_s)},
+      {"dTrunc", 'd', 1, k(_vmkdTrunc_HA), ref_trunc, nullptr, {whole_d, frac_d}, kSpecialsD, 0.0, "trunc", k(trunc_d)},
   };
 }
 
