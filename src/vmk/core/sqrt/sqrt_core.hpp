@@ -1,0 +1,103 @@
+// Square root and reciprocal square root of positive normal doubles by a seed and a polynomial,
+// shared by Sqrt and InvSqrt.
+//
+// Seed. The exponent's low bit and the top 20 fraction bits of a form a single s in [1/2, 2)
+// with a = s * 2^(2k); the approximate reciprocal square root instruction gives 1/sqrt(s) to
+// 1.5 * 2^-12, widened to double, and the exponent goes back by integer arithmetic:
+//     bits(y) = bits(seed) + (fl3BiD2MSBi - (biased exponent >> 1)) << 52,  fl3BiD2MSBi = 511,
+// so y ~ 1/sqrt(a). y is then cut to 16 significant bits and a is split into hi (its top 32
+// bits: 21 significant bits) and lo = a - hi (32 bits). Products hi*y*y, hi*y, lo*y are then
+// exact, and
+//     e = (hi*y*y - 1) + lo*y*y           |e| < 2^-10, exact but for the small lo term
+//     1/sqrt(a) = y (1 + e)^(-1/2),   sqrt(a) = a y (1 + e)^(-1/2),
+// with P(e) = (1 + e)^(-1/2) - 1 as its Taylor polynomial of degree 5 (coefficients -1/2, 3/8,
+// -5/16, 35/128, -63/256; truncation below 2^-62):
+//     sqrt(a)   = hi*y + (lo*y + P(e) * (a*y))
+//     1/sqrt(a) = y + y*P(e)
+// The correction term is below 2^-10 of the result and carries its own rounding error of
+// 2^-53 relative to itself, so the result is the exact value rounded once, within 0.5 + 2^-9
+// ulp; the sweeps find it correctly rounded on nearly every input.
+// The single kernels run the same route in double with the polynomial of degree 3 (truncation
+// below 2^-40, far under a single ulp) and round once to single.
+#pragma once
+
+#include <cstdint>
+
+#include "vmk/simd/vec.hpp"
+
+namespace hpk::vmk::sqrt_core {
+
+using simd::vd;
+using simd::vf;
+using simd::vl;
+using simd::vul;
+
+inline constexpr uint64_t dbHi = 0xFFFFFFFF00000000ull;       // top 32 bits
+inline constexpr uint64_t dbSeedMask = 0xFFFFFFE000000000ull;  // 16 significant bits
+inline constexpr int64_t fl3BiD2MSBi = 511;
+
+struct Seed {
+  vd y;   // ~ 1/sqrt(a), 16 significant bits
+  vd hi;  // top 32 bits of a
+  vd lo;  // a - hi
+  vd e;   // a*y*y - 1
+};
+
+inline Seed seed(vd a) {
+  const vul ua = (vul)a;
+  const vul top = ua >> 32;
+  // float bits 0x3F000000 | (exponent low bit, top 20 fraction bits) << 3: s in [1/2, 2).
+  const vul sbits = ((top & 0x001FFFFFu) << 3) | 0x3F000000u;
+  const __m128i packed = _mm_shuffle_epi32((__m128i)sbits, _MM_SHUFFLE(2, 2, 2, 0));
+  const vd r = (vd)_mm_cvtps_pd(_mm_rsqrt_ps((__m128)packed));
+  const vl shift = (vl)((vul)vl{fl3BiD2MSBi, fl3BiD2MSBi} - (top >> 21)) << 52;
+  const vd y = (vd)(((vl)r + shift) & (vl)(vul{} + dbSeedMask));
+  const vd hi = (vd)(ua & dbHi);
+  const vd lo = a - hi;
+  const vd yy = y * y;
+  const vd e = (hi * yy - 1.0) + lo * yy;
+  return {y, hi, lo, e};
+}
+
+// (1 + e)^(-1/2) - 1, Taylor to degree Degree (3 or 5).
+template <int Degree>
+inline vd poly(vd e) {
+  constexpr double c1 = -0x1p-1, c2 = 0x1.8p-2, c3 = -0x1.4p-2, c4 = 0x1.18p-2, c5 = -0x1.f8p-3;
+  vd p;
+  if constexpr (Degree == 5) p = c3 + e * (c4 + e * c5);
+  else p = vd{c3, c3};
+  return e * (c1 + e * (c2 + e * p));
+}
+
+template <int Degree>
+inline vd sqrt_main(vd a) {
+  const Seed s = seed(a);
+  return s.hi * s.y + (s.lo * s.y + poly<Degree>(s.e) * (a * s.y));
+}
+
+template <int Degree>
+inline vd invsqrt_main(vd a) {
+  const Seed s = seed(a);
+  return s.y + s.y * poly<Degree>(s.e);
+}
+
+// The family's formats: range of the main route (positive normal values; the sign is part of
+// the test), default NaN, and polynomial degree.
+template <class T>
+struct Format;
+
+template <>
+struct Format<double> {
+  static constexpr uint32_t kMinNormalTop = 0x00100000, kInfTop = 0x7FF00000;
+  static constexpr int kDegree = 5;
+  static double default_nan() { return simd::from_bits(uint64_t{0xFFF8000000000000}); }
+};
+
+template <>
+struct Format<float> {
+  static constexpr uint32_t kMinNormalTop = 0x00800000, kInfTop = 0x7F800000;
+  static constexpr int kDegree = 3;
+  static float default_nan() { return simd::from_bits(uint32_t{0xFFC00000}); }
+};
+
+}  // namespace hpk::vmk::sqrt_core
