@@ -19,9 +19,11 @@
 //   kSignMask                    0x7FFFFFFF to test |x|, 0xFFFFFFFF when the sign matters
 //   kRangeLo, kRangeLen          main route: ((top32(x) & kSignMask) - kRangeLo) < kRangeLen
 //   static V main(V x)           the packed route, lane by lane (V = simd::vd or simd::vf)
-//   static void rare(int i, const T *a, T *y)
-//                                the scalar routine: correct for every input, stores y[i] and
-//                                reports its status with the arrays as given
+//   static void rare(T x, int i, const T *a, T *y)
+//                                the scalar routine for the element x = a[i] as it was on
+//                                entry (y may be a, already overwritten by the block): correct
+//                                for every input, stores y[i] and reports its status with the
+//                                arrays as given
 // and the kernel body is `packed_pass<K>(n, a, y)` under its control scope. Two-input
 // kernels get a twin of the frame with a second array and a combined range mask.
 #pragma once
@@ -69,11 +71,11 @@ inline bool in_main_range(uint32_t top) {
 
 // The block's spec routine: out of the hot loop, so the block's registers stay free.
 template <class K>
-[[gnu::noinline, gnu::cold]] void packed_pass_spec(int i, const typename K::T *a,
-                                                   typename K::T *y) {
+[[gnu::noinline, gnu::cold]] void packed_pass_spec(const typename K::T *x, int i,
+                                                   const typename K::T *a, typename K::T *y) {
   using F = PassFormat<typename K::T>;
   for (int k = 0; k < F::kBlock; ++k)
-    if (!in_main_range<K>(F::top(a[i + k]))) K::rare(i + k, a, y);
+    if (!in_main_range<K>(F::top(x[k]))) K::rare(x[k], i + k, a, y);
 }
 
 template <class K>
@@ -98,13 +100,21 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
     V r[kRegs];
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) r[k] = K::main(v[k]);
+    if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) {
+      // The inputs are kept aside before the block is stored, for the case y == a.
+      alignas(16) T x[F::kBlock];
+      for (int k = 0; k < kRegs; ++k) simd::storea(x + k * F::kLanes, v[k]);
+      for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
+      packed_pass_spec<K>(x, i, a, y);
+      continue;
+    }
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
-    if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) packed_pass_spec<K>(i, a, y);
   }
   for (; i < n; ++i) {
-    if (in_main_range<K>(F::top(a[i]))) y[i] = K::main(simd::splat(a[i]))[0];
-    else K::rare(i, a, y);
+    const T x = a[i];
+    if (in_main_range<K>(F::top(x))) y[i] = K::main(simd::splat(x))[0];
+    else K::rare(x, i, a, y);
   }
 }
 

@@ -24,8 +24,7 @@ struct CbrtKernel {
   static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
 
   // cbrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0) || __builtin_isinf(x) || __builtin_isnan(x)) {
       y[i] = times_one(x);
       return;

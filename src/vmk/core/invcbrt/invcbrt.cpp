@@ -25,8 +25,7 @@ struct InvCbrtKernel {
   static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
 
   // invcbrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0)) {
       y[i] = __builtin_copysign(E(__builtin_inf()), x);
       report_error<E>(kStatusSingularity, i, a, a, y, y, kName);

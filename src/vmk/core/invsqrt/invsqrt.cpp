@@ -26,8 +26,7 @@ struct InvSqrtKernel {
   static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
 
   // invsqrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0)) {
       y[i] = E(__builtin_inf());
       report_error<E>(kStatusSingularity, i, a, a, y, y, kName);

@@ -27,8 +27,7 @@ struct SqrtKernel {
   static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
 
   // sqrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0) || x == E(__builtin_inf())) {
       y[i] = x;
     } else if (x != x) {
