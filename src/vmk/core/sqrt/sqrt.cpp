@@ -24,7 +24,10 @@ struct SqrtKernel {
   static constexpr const char *kName = sizeof(E) == 8 ? "vdSqrt" : "vsSqrt";
 
   static simd::vd core(simd::vd a) { return sqrt_core::sqrt_main<F::kDegree>(a); }
-  static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
+  static V main(V x) {
+    if constexpr (sizeof(E) == 8) return core(x);
+    else return sqrt_core::single_main<false>(x);
+  }
 
   // sqrt_scalar
   static void rare(E x, int i, const E *a, E *y) {

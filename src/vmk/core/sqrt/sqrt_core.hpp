@@ -17,8 +17,11 @@
 // The correction term is below 2^-10 of the result and carries its own rounding error of
 // 2^-53 relative to itself, so the result is the exact value rounded once, within 0.5 + 2^-9
 // ulp; the sweeps find it correctly rounded on nearly every input.
-// The single kernels run the same route in double with the polynomial of degree 3 (truncation
-// below 2^-40, far under a single ulp) and round once to single.
+// The single kernels need no exponent arithmetic: the instruction takes the single value itself
+// (the main route holds positive normal singles only). The seed is widened and cut to 14 bits,
+// so that with a of 24 bits a*y*y is exact in double; the polynomial is of degree 3
+// (truncation below 2^-43) and the double result is rounded once to single, which is off the
+// correct rounding only when the exact root lies within 2^-43 of a midpoint.
 #pragma once
 
 #include <cstdint>
@@ -79,6 +82,27 @@ template <int Degree>
 inline vd invsqrt_main(vd a) {
   const Seed s = seed(a);
   return s.y + s.y * poly<Degree>(s.e);
+}
+
+inline constexpr uint64_t kSingleSeedMask = 0xFFFFFF8000000000ull;  // 14 significant bits
+
+template <bool Inverse>
+inline vd single_half(vd a, vd r) {
+  const vd y = (vd)((vul)r & kSingleSeedMask);
+  const vd e = a * (y * y) - 1.0;
+  const vd p = poly<3>(e);
+  if constexpr (Inverse) return y + y * p;
+  const vd ay = a * y;
+  return ay + ay * p;
+}
+
+template <bool Inverse>
+inline vf single_main(vf x) {
+  const __m128 r = _mm_rsqrt_ps((__m128)x);
+  const vd lo = single_half<Inverse>((vd)_mm_cvtps_pd((__m128)x), (vd)_mm_cvtps_pd(r));
+  const vd hi = single_half<Inverse>((vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x)),
+                                     (vd)_mm_cvtps_pd(_mm_movehl_ps(r, r)));
+  return (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)lo), _mm_cvtpd_ps((__m128d)hi));
 }
 
 // The family's formats: range of the main route (positive normal values; the sign is part of
