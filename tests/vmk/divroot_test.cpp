@@ -351,6 +351,27 @@ TEST(DivRootFrame, RunsInNearestWhateverTheCallersRoundingAndRestoresIt) {
   });
 }
 
+TEST(DivRootFrame, DenormalModeTreatsDenormalInputsAsZero) {
+  on_fresh_thread([] {
+    hpk_vmk_kernel_SetErrorCallBack(record);
+    hpk_vmk_kernel_SetMode(0x280000);
+    const unsigned before = __builtin_ia32_stmxcsr();
+    const double a[3] = {d_of(5), -d_of(5), 4.0};
+    double s[3], r[3];
+    _vmkdSqrt(3, a, s);
+    _vmkdInvSqrt(3, a, r);
+    EXPECT_EQ(__builtin_ia32_stmxcsr() & 0xFFC0u, before & 0xFFC0u);
+    EXPECT_EQ(bits(s[0]), 0u);
+    EXPECT_EQ(bits(s[1]), 0x8000000000000000ull);
+    EXPECT_EQ(s[2], 2.0);
+    EXPECT_EQ(r[0], kInf);
+    EXPECT_EQ(r[2], 0.5);
+    ASSERT_EQ(t_reports.size(), 2u);  // InvSqrt of the two zeros
+    EXPECT_EQ(t_reports[0].code, 2);
+    EXPECT_EQ(t_reports[1].index, 1);
+  });
+}
+
 // The accuracy promise of the family: at most 1 ulp (Div and Inv are the hardware's correctly
 // rounded operations, 0.5). The figures go to the log; `hpk report` writes them to the docs.
 TEST(DivRootAccuracy, WithinTheBoundAgainstMpfr) {

@@ -32,7 +32,7 @@ struct SqrtKernel {
   // sqrt_scalar
   static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0) || x == E(__builtin_inf())) {
-      y[i] = x;
+      y[i] = times_one(x);  // a denormal treated as zero (DAZ) comes out as that zero
     } else if (x != x) {
       y[i] = times_one(x);
     } else if (x < E(0)) {
