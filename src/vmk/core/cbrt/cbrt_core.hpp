@@ -54,9 +54,18 @@ inline vd main(vd x) {
   const vd rcp = {s_dwRcp[j[0]], s_dwRcp[j[1]]};
   const vd r = (mhi * rcp - 1.0) + mlo * rcp;
 
-  vd p = simd::splat(poly[Degree - 1]);
-  for (int k = Degree - 2; k >= 0; --k) p = poly[k] + r * p;
-  p = r * p;
+  // Estrin's scheme: pairs of terms, then powers r^2, r^4, to keep the dependent chain short.
+  const vd r2 = r * r;
+  vd p;
+  if constexpr (Degree == 8) {
+    const vd r4 = r2 * r2;
+    const vd p01 = poly[0] + poly[1] * r, p23 = poly[2] + poly[3] * r;
+    const vd p45 = poly[4] + poly[5] * r, p67 = poly[6] + poly[7] * r;
+    p = r * ((p01 + r2 * p23) + r4 * (p45 + r2 * p67));
+  } else {
+    static_assert(Degree == 4);
+    p = r * ((poly[0] + poly[1] * r) + r2 * (poly[2] + poly[3] * r));
+  }
 
   const vd t_hi = {hi_tab[idx[0]], hi_tab[idx[1]]};
   const vd t_lo = {lo_tab[idx[0]], lo_tab[idx[1]]};

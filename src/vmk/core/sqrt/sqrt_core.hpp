@@ -62,14 +62,15 @@ inline Seed seed(vd a) {
   return {y, hi, lo, e};
 }
 
-// (1 + e)^(-1/2) - 1, Taylor to degree Degree (3 or 5).
+// (1 + e)^(-1/2) - 1, Taylor to degree Degree (3 or 5), evaluated in pairs of terms (Estrin)
+// so that the chain of dependent operations stays short: the pass is latency-bound.
 template <int Degree>
 inline vd poly(vd e) {
   constexpr double c1 = -0x1p-1, c2 = 0x1.8p-2, c3 = -0x1.4p-2, c4 = 0x1.18p-2, c5 = -0x1.f8p-3;
-  vd p;
-  if constexpr (Degree == 5) p = c3 + e * (c4 + e * c5);
-  else p = vd{c3, c3};
-  return e * (c1 + e * (c2 + e * p));
+  const vd e2 = e * e;
+  const vd low = c1 + c2 * e;
+  if constexpr (Degree == 5) return e * (low + e2 * ((c3 + c4 * e) + c5 * e2));
+  else return e * (low + e2 * c3);
 }
 
 template <int Degree>
