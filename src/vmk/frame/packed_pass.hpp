@@ -88,7 +88,7 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
   const vui sign_mask = vui{} + K::kSignMask, lo = vui{} + K::kRangeLo,
             len = vui{} + K::kRangeLen;
   int i = 0;
-  for (; i + F::kBlock <= n; i += F::kBlock) {
+  for (; i <= n - F::kBlock; i += F::kBlock) {
     V v[kRegs];
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) v[k] = simd::loadu(a + i + k * F::kLanes);

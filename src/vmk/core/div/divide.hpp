@@ -55,7 +55,7 @@ void divide(int n, const T *a, const T *b, T *y) {
   const char *name = Inverse ? L::kInv : L::kDiv;
   const T *const den = Inverse ? a : b;
   int i = 0;
-  for (; i + kBlock <= n; i += kBlock) {
+  for (; i <= n - kBlock; i += kBlock) {
     V q[kRegs];
     int mask = 0;
 #pragma GCC unroll 8
