@@ -21,7 +21,10 @@ struct CbrtKernel {
   static constexpr uint32_t kRangeLen = (sizeof(E) == 8 ? 0x7FF00000 : 0x7F800000) - kRangeLo;
 
   static simd::vd core(simd::vd a) { return cbrt_core::main<false, kDegree>(a); }
-  static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
+  static V main(V x) {
+    if constexpr (sizeof(E) == 8) return core(x);
+    else return cbrt_core::single_main<false>(x);
+  }
 
   // cbrt_scalar
   static void rare(E x, int i, const E *a, E *y) {
