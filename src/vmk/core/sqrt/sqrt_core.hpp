@@ -43,23 +43,18 @@ struct Seed {
   vd y;   // ~ 1/sqrt(a), 16 significant bits
   vd hi;  // top 32 bits of a
   vd lo;  // a - hi
-  vd e;   // a*y*y - 1
 };
 
 inline Seed seed(vd a) {
   const vul ua = (vul)a;
-  const vul top = ua >> 32;
   // float bits 0x3F000000 | (exponent low bit, top 20 fraction bits) << 3: s in [1/2, 2).
-  const vul sbits = ((top & 0x001FFFFFu) << 3) | 0x3F000000u;
+  const vul sbits = ((ua >> 29) & (0x001FFFFFull << 3)) | 0x3F000000u;
   const __m128i packed = _mm_shuffle_epi32((__m128i)sbits, _MM_SHUFFLE(2, 2, 2, 0));
   const vd r = (vd)_mm_cvtps_pd(_mm_rsqrt_ps((__m128)packed));
-  const vl shift = (vl)((vul)vl{fl3BiD2MSBi, fl3BiD2MSBi} - (top >> 21)) << 52;
+  const vl shift = (vl)((vul)vl{fl3BiD2MSBi, fl3BiD2MSBi} - (ua >> 53)) << 52;
   const vd y = (vd)(((vl)r + shift) & (vl)(vul{} + dbSeedMask));
   const vd hi = (vd)(ua & dbHi);
-  const vd lo = a - hi;
-  const vd yy = y * y;
-  const vd e = (hi * yy - 1.0) + lo * yy;
-  return {y, hi, lo, e};
+  return {y, hi, a - hi};
 }
 
 // (1 + e)^(-1/2) - 1, Taylor to degree Degree (3 or 5), evaluated in pairs of terms (Estrin)
@@ -73,16 +68,22 @@ inline vd poly(vd e) {
   else return e * (low + e2 * c3);
 }
 
+// sqrt: hi*y and lo*y are needed for the result anyway, so e is formed from them
+// (hi*y*y has 21 + 16 + 16 bits: exact).
 template <int Degree>
 inline vd sqrt_main(vd a) {
   const Seed s = seed(a);
-  return s.hi * s.y + (s.lo * s.y + poly<Degree>(s.e) * (a * s.y));
+  const vd hy = s.hi * s.y, ly = s.lo * s.y;
+  const vd e = (hy * s.y - 1.0) + ly * s.y;
+  return hy + (ly + poly<Degree>(e) * (a * s.y));
 }
 
 template <int Degree>
 inline vd invsqrt_main(vd a) {
   const Seed s = seed(a);
-  return s.y + s.y * poly<Degree>(s.e);
+  const vd yy = s.y * s.y;
+  const vd e = (s.hi * yy - 1.0) + s.lo * yy;
+  return s.y + s.y * poly<Degree>(e);
 }
 
 inline constexpr uint64_t kSingleSeedMask = 0xFFFFFF8000000000ull;  // 14 significant bits
