@@ -118,20 +118,6 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
   }
 }
 
-// Runs a double-precision packed routine over the lanes of a single vector: the single
-// kernels of a family widen to double, take the double route (shorter where the traits say
-// so) and round once to single.
-template <class Fd>
-inline simd::vf on_double_lanes(simd::vf x, Fd fd) {
-  const simd::vd lo = (simd::vd)_mm_cvtps_pd((__m128)x);
-  const simd::vd hi = (simd::vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
-  return (simd::vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)fd(lo)), _mm_cvtpd_ps((__m128d)fd(hi)));
-}
-template <class Fd>
-inline simd::vd on_double_lanes(simd::vd x, Fd fd) {
-  return fd(x);
-}
-
 // A double routine applied to one scalar of either type through lane 0.
 template <class T, class Fd>
 inline T on_double_scalar(T x, Fd fd) {

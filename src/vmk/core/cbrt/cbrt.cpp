@@ -1,8 +1,8 @@
 // Cbrt: cube root, no status on any input. Normal values take the packed route of
 // cbrt_core.hpp (within 0.5 + 2^-6 ulp). The scalar route (cbrt_scalar): +-0 and +-inf give
 // themselves, NaN gives a * 1, a double denormal goes through the core scaled by 2^54 and comes
-// back times 2^-18 (both exact). Single kernels widen to double, where single denormals are
-// normal.
+// back times 2^-18 (both exact); a single denormal goes through the double core directly, as
+// it is normal in double.
 #include "vmk/core/cbrt/cbrt_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/frame/packed_pass.hpp"

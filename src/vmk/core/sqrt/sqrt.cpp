@@ -3,7 +3,7 @@
 //   +-0 -> the same zero, no status;        NaN -> a * 1, no status;     +inf -> +inf;
 //   positive denormal -> the main route on a * 2^54, times 2^-27 (exact both ways);
 //   any other negative value, -inf included -> the default NaN, status 1.
-// The single kernel widens to double; single denormals are normal there and need no scaling.
+// Single denormals take the scalar route in double, where they are normal and need no scaling.
 #include "vmk/core/sqrt/sqrt_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/frame/packed_pass.hpp"
