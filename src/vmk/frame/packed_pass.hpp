@@ -5,9 +5,9 @@
 //     test the top 32 bits of every element, sign masked as the kernel asks, against the main
 //     route's range by one unsigned subtraction and compare;
 //     compute the whole block packed, rare elements included, and store it;
-//     if an element was out of range, run the block's spec routine: it sends each out-of-range
-//     element to the kernel's scalar routine, which stores the right value over the packed one
-//     (and reports a status if the element has one);
+//     if an element was out of range, run the block's special-case routine: it sends each
+//     out-of-range element to the kernel's scalar routine, which stores the right value over
+//     the packed one (and reports a status if the element has one);
 //   the tail, one element at a time through the same packed calculation (so an element's
 //   result never depends on its position), out-of-range elements to the scalar routine.
 //
@@ -69,10 +69,10 @@ inline bool in_main_range(uint32_t top) {
   return ((top & K::kSignMask) - K::kRangeLo) < K::kRangeLen;
 }
 
-// The block's spec routine: out of the hot loop, so the block's registers stay free.
+// The block's special-case routine: out of the hot loop, so the block's registers stay free.
 template <class K>
-[[gnu::noinline, gnu::cold]] void packed_pass_spec(const typename K::T *x, int i,
-                                                   const typename K::T *a, typename K::T *y) {
+[[gnu::noinline, gnu::cold]] void packed_pass_special(const typename K::T *x, int i,
+                                                      const typename K::T *a, typename K::T *y) {
   using F = PassFormat<typename K::T>;
   for (int k = 0; k < F::kBlock; ++k)
     if (!in_main_range<K>(F::top(x[k]))) K::rare(x[k], i + k, a, y);
@@ -105,7 +105,7 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
       alignas(16) T x[F::kBlock];
       for (int k = 0; k < kRegs; ++k) simd::storea(x + k * F::kLanes, v[k]);
       for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
-      packed_pass_spec<K>(x, i, a, y);
+      packed_pass_special<K>(x, i, a, y);
       continue;
     }
 #pragma GCC unroll 8
