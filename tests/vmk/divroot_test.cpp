@@ -336,6 +336,32 @@ TEST(DivRootFrame, ExceptionAndErrnoComeFromTheDispatcherAsTheModeAsks) {
   }
 }
 
+// Without the exception action no root kernel raises invalid, divide-by-zero, overflow or
+// underflow on its own: not for the special elements, whose values come from the scalar route,
+// nor for their neighbours in a packed block.
+TEST(DivRootFrame, RootsRaiseNoFlagOfTheirOwn) {
+  on_fresh_thread([] {
+    hpk_vmk_kernel_SetMode(0x200);
+    const double specials[] = {-kInf, kInf, kQNaN, -1.0, 0.0, -0.0, kDenormMin, -kDenormMin,
+                               0x1p-1022, 0x1.fffffffffffffp1023};
+    for (const char *fn : {"Sqrt", "InvSqrt", "Cbrt", "InvCbrt"}) {
+      for (const double s : specials) {
+        for (const int n : {1, 8, 16}) {
+          std::vector<double> a(n, 2.5), y(n);
+          a[n / 2] = s;
+          std::vector<float> af(n, 2.5f), yf(n);
+          af[n / 2] = float(s);
+          std::feclearexcept(FE_ALL_EXCEPT);
+          run<double>(fn, n, a.data(), nullptr, y.data());
+          run<float>(fn, n, af.data(), nullptr, yf.data());
+          EXPECT_EQ(std::fetestexcept(FE_INVALID | FE_DIVBYZERO | FE_OVERFLOW | FE_UNDERFLOW), 0)
+              << fn << " of " << s << " in " << n;
+        }
+      }
+    }
+  });
+}
+
 TEST(DivRootFrame, RunsInNearestWhateverTheCallersRoundingAndRestoresIt) {
   on_fresh_thread([] {
     const std::vector<double> a = mixed_inputs<double>(40, 3);

@@ -4,15 +4,19 @@
 //   while 8 doubles (16 singles) remain:
 //     test the top 32 bits of every element, sign masked as the kernel asks, against the main
 //     route's range by one unsigned subtraction and compare;
-//     compute the whole block packed, rare elements included, and store it;
-//     if an element was out of range, run the block's special-case routine: it sends each
-//     out-of-range element to the kernel's scalar routine, which stores the right value over
-//     the packed one (and reports a status if the element has one);
+//     if all are in range, compute the whole block packed and store it;
+//     otherwise run the block's special-case routine: each in-range element goes through the
+//     same packed calculation on its own, each out-of-range element to the kernel's scalar
+//     routine, which stores its value (and reports a status if the element has one);
 //   the tail, one element at a time through the same packed calculation (so an element's
 //   result never depends on its position), out-of-range elements to the scalar routine.
 //
-// The rare path costs the main loop one compare per element and one branch per block. Inputs
-// are all read before the block's results are stored, so y equal to a is fine.
+// The results are those of computing every block packed and then overwriting the rare
+// elements by the scalar routine; keeping rare lanes out of the packed arithmetic only spares
+// the caller the exception flags that garbage lanes would raise (an infinity in a square root
+// block would raise invalid). The rare path costs the main loop one compare per element and
+// one branch per block. Each element is read before its result is stored, so y equal to a is
+// fine.
 //
 // A kernel K provides:
 //   using T                      float or double
@@ -21,8 +25,8 @@
 //   static V main(V x)           the packed route, lane by lane (V = simd::vd or simd::vf)
 //   static void rare(T x, int i, const T *a, T *y)
 //                                the scalar routine for the element x = a[i] as it was on
-//                                entry (y may be a, already overwritten by the block): correct
-//                                for every input, stores y[i] and reports its status with the
+//                                entry (y may be a, already partly overwritten): correct for
+//                                every input, stores y[i] and reports its status with the
 //                                arrays as given
 // and the kernel body is `packed_pass<K>(n, a, y)` under its control scope. Two-input
 // kernels get a twin of the frame with a second array and a combined range mask.
@@ -74,8 +78,10 @@ template <class K>
 [[gnu::noinline, gnu::cold]] void packed_pass_special(const typename K::T *x, int i,
                                                       const typename K::T *a, typename K::T *y) {
   using F = PassFormat<typename K::T>;
-  for (int k = 0; k < F::kBlock; ++k)
-    if (!in_main_range<K>(F::top(x[k]))) K::rare(x[k], i + k, a, y);
+  for (int k = 0; k < F::kBlock; ++k) {
+    if (in_main_range<K>(F::top(x[k]))) y[i + k] = K::main(simd::splat(x[k]))[0];
+    else K::rare(x[k], i + k, a, y);
+  }
 }
 
 template <class K>
@@ -97,17 +103,15 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
     vui out = vui{};
 #pragma GCC unroll 8
     for (int k = 0; k < F::kTopVectors; ++k) out |= (vui)(((t[k] & sign_mask) - lo) >= len);
-    V r[kRegs];
-#pragma GCC unroll 8
-    for (int k = 0; k < kRegs; ++k) r[k] = K::main(v[k]);
     if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) {
-      // The inputs are kept aside before the block is stored, for the case y == a.
       alignas(16) T x[F::kBlock];
       for (int k = 0; k < kRegs; ++k) simd::storea(x + k * F::kLanes, v[k]);
-      for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
       packed_pass_special<K>(x, i, a, y);
       continue;
     }
+    V r[kRegs];
+#pragma GCC unroll 8
+    for (int k = 0; k < kRegs; ++k) r[k] = K::main(v[k]);
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
   }
