@@ -25,6 +25,13 @@ HPK_API void hpk_serv_set_alloc_failure(long k);
  * that a failing path leaks nothing. */
 HPK_API long hpk_serv_outstanding_allocations(void);
 
+/* The print service. selector 1 writes to standard error (the only selector defined); `id`
+ * picks the message from the catalogue, `count` is the number of arguments that follow, which
+ * must match the message. One line per call. Returns the characters written, or -1 for an
+ * unknown selector, an unknown id or a wrong count (nothing is printed then).
+ *   735 (name, index)  736..741 (name)  742..753 (index, double value) */
+HPK_API int hpk_serv_hpk_print(int selector, int id, int count, ...);
+
 HPK_EXTERN_C_END
 
 #endif

@@ -45,7 +45,27 @@ typedef struct { double re, im; } hpk_complex16;
  * such as "VMK_HA,VMK_ERRMODE_STDERR". */
 #define HPK_VMK_MODE_ENV "HPK_VMK_MODE"
 
-struct HpkVmkErrorContext;
+/* The record a call-back receives for one bad element; built on the dispatcher's stack. Single
+ * and single-complex values are widened to double; the imaginary fields are filled by the
+ * complex dispatchers only. A name of 64 characters or more leaves funcName without a
+ * terminator: only funcNameLen tells where it ends. */
+typedef struct HpkVmkErrorContext {
+  int32_t code;        /* status; a call-back may change it, later actions obey the change */
+  int32_t index;       /* element index in the whole array */
+  double arg1;
+  double arg2;
+  double res1;         /* a call-back may replace the results */
+  double res2;
+  char funcName[64];
+  int32_t funcNameLen;
+  double arg1Imag;
+  double arg2Imag;
+  double res1Imag;
+  double res2Imag;
+} HpkVmkErrorContext;
+
+/* Returns 0 to let dispatch go on with the actions of the mode, non-zero when it has dealt with
+ * the element (the kernel's stored result then stands). */
 typedef int (*HpkVmkErrorCallBack)(struct HpkVmkErrorContext *);
 
 HPK_API uint64_t hpk_vmk_kernel_GetMode(void);
@@ -70,6 +90,22 @@ HPK_API HpkVmkErrorCallBack _vmkGetErrorCallBack(void);
 HPK_API HpkVmkErrorCallBack _vmkSetErrorCallBack(HpkVmkErrorCallBack cb);
 HPK_API HpkVmkErrorCallBack _vmkClearErrorCallBack(void);
 HPK_API const void *_vmkSetInterfInputVectorPointer(const void *p);
+
+/* Error dispatch: a kernel stores the element's result, then reports it here with its code,
+ * the element's index inside the arrays it was given, the arrays' start addresses (first and
+ * second input, first and second result; a one-input kernel passes a twice, a one-result kernel
+ * y twice) and its name ("vdDiv"). Codes: 1 domain, 2 singularity, 3 overflow, 4 underflow;
+ * -1 and -2 belong to the calling layer (the arrays are then not read). */
+HPK_API void hpk_vmk_kernel_sError(int32_t code, int32_t index, const float *a, const float *b,
+                                   float *y, float *z, const char *name);
+HPK_API void hpk_vmk_kernel_dError(int32_t code, int32_t index, const double *a, const double *b,
+                                   double *y, double *z, const char *name);
+HPK_API void hpk_vmk_kernel_cError(int32_t code, int32_t index, const hpk_complex8 *a,
+                                   const hpk_complex8 *b, hpk_complex8 *y, hpk_complex8 *z,
+                                   const char *name);
+HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_complex16 *a,
+                                   const hpk_complex16 *b, hpk_complex16 *y, hpk_complex16 *z,
+                                   const char *name);
 
 /* This is the baseline build: SSE2 and x87 only. Always 0. */
 HPK_API int dll_cpu_version(void);

@@ -24,12 +24,22 @@
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.36f, 1.36f, 1.36f)                            \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
+  X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
+  X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
+  X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(s, Floor, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                             \
   X(d, Floor, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                             \
   X(s, Hypot, TWO, HAynn, HAynn, HAynn, 6.40f, 6.40f, 6.40f)                          \
   X(d, Hypot, TWO, HAynn, HAynn, HAynn, 19.51f, 19.51f, 19.51f)                       \
+  X(s, Inv, ONE, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
+  X(d, Inv, ONE, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
+  X(s, InvCbrt, ONE, HAynn, HAynn, HAynn, 11.5f, 11.5f, 11.5f)                        \
+  X(d, InvCbrt, ONE, HAynn, HAynn, HAynn, 18.0f, 18.0f, 18.0f)                        \
+  X(s, InvSqrt, ONE, HAynn, HAynn, HAynn, 5.7f, 5.7f, 5.7f)                           \
+  X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 10.1f, 10.1f, 10.1f)                        \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
   X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
@@ -56,6 +66,8 @@
   X(d, Round, ONE, HAynn, HAynn, HAynn, 5.3f, 5.3f, 5.3f)                             \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.71f, 0.71f, 0.71f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
+  X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
+  X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 10.4f, 10.4f, 10.4f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
