@@ -86,7 +86,7 @@ int run_report(const char *write_dir, long samples) {
                   w.max_ulp, c.bound_ulp, worst);
     acc += line;
     std::snprintf(line, sizeof line, "| %s | %.3f | %s | %.3f | %.2f |\n", c.name.c_str(), kns,
-                  c.peer_name, pns, pns / kns);
+                  c.peer_name.c_str(), pns, pns / kns);
     perf += line;
   }
   if (write_dir) {

@@ -45,7 +45,7 @@ struct Case {
   std::vector<Range> ranges;     // swept in turn; for arity 2 the same range is used for both
   std::vector<double> specials;  // extra inputs, all pairs for arity 2
   double bound_ulp;              // the level's promise, asserted by the tests
-  const char *peer_name;         // glibc loop compared in the report ("hypot"), or null
+  std::string peer_name;         // glibc loop compared in the report ("hypot", "a+b")
   void *peer;                    // double(*)(double[,double]) or float(...) of the same arity
 };
 
