@@ -41,8 +41,9 @@ inline void *kernel_address(auto f) { return reinterpret_cast<void *>(f); }
 // The single peer of a libm function carries the suffix f; an operator stays as it is.
 inline std::string single_peer(const char *name) {
   std::string s(name);
-  if (!s.empty() && std::isalpha(static_cast<unsigned char>(s.back()))) s += 'f';
-  return s;
+  for (unsigned char c : s)
+    if (!std::isalnum(c) && c != '_') return s;
+  return s + 'f';
 }
 
 // A list of ranges as one macro argument.
