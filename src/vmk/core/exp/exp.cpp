@@ -25,7 +25,7 @@ struct DExpKernel {
   static constexpr uint32_t kRangeLo = 0;
   static constexpr uint32_t kRangeLen = 0x4086232B;
 
-  static simd::vd main(simd::vd x) { return exp_core::main(x); }
+  [[gnu::always_inline]] static simd::vd main(simd::vd x) { return exp_core::main(x); }
 
   // _vmkdSpecSc
   static void rare(int i, const double *a, double *y) {
@@ -41,7 +41,9 @@ struct SExpKernel {
   static constexpr uint32_t kRangeLo = 0;
   static constexpr uint32_t kRangeLen = 0x42AEAC50;  // |x| < 87.33654785: normal results
 
-  static simd::vf main(simd::vf x) { return on_double_lanes(x, exp_core::main); }
+  [[gnu::always_inline]] static simd::vf main(simd::vf x) {
+    return on_double_lanes(x, [](simd::vd d) { return exp_core::main(d); });
+  }
 
   // _ScalarExp
   static void rare(int i, const float *a, float *y) {

@@ -44,7 +44,7 @@ struct Reduced {
   vul t_bits;
 };
 
-inline Reduced reduce(vd x) {
+[[gnu::always_inline]] inline Reduced reduce(vd x) {
   using exp_tables::s_dwExp2;
   const vd t = x * s_dwInvLn + s_dwRS;
   const vd kd = t - s_dwRS;
@@ -59,9 +59,9 @@ inline Reduced reduce(vd x) {
 }
 
 // 2^m for the lanes' k, as the main route builds it.
-inline vd scale(vul t_bits) { return (vd)(((t_bits + s_dwBias) << 46) & kExpMask); }
+[[gnu::always_inline]] inline vd scale(vul t_bits) { return (vd)(((t_bits + s_dwBias) << 46) & kExpMask); }
 
-inline vd main(vd x) {
+[[gnu::always_inline]] inline vd main(vd x) {
   const Reduced q = reduce(x);
   return q.v * scale(q.t_bits);
 }

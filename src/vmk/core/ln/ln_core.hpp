@@ -70,7 +70,7 @@ inline constexpr double dbP3 = -0x1.00000d588d052p-2;  // -0.2500001988694339
 inline constexpr double dbP4 = 0x1.9999b39037e04p-3;   // 0.2000001934420511
 
 template <bool Decimal>
-inline vd main(vd x) {
+[[gnu::always_inline]] inline vd main(vd x) {
   const double *tab = Decimal ? Log10Traits::table : LnTraits::table;
   const vul ux = (vul)x;
   const vd Y = (vd)((ux & kFraction) | kOneExp);

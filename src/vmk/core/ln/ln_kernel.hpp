@@ -22,7 +22,9 @@ struct LogKernel {
   static constexpr const char *kName =
       Decimal ? (kDouble ? "vdLog10" : "vsLog10") : (kDouble ? "vdLn" : "vsLn");
 
-  static V main(V x) { return on_double_lanes(x, ln_core::main<Decimal>); }
+  [[gnu::always_inline]] static V main(V x) {
+    return on_double_lanes(x, [](simd::vd d) { return ln_core::main<Decimal>(d); });
+  }
 
   static void rare(int i, const E *a, E *y) {
     int status;
