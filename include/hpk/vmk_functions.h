@@ -21,22 +21,22 @@
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.26f, 1.26f, 1.26f)                            \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
-  X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                              \
-  X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 7.0f, 7.0f, 7.0f)                              \
-  X(s, Div, TWO, HAynn, HAynn, HAynn, 1.3f, 1.3f, 1.3f)                               \
-  X(d, Div, TWO, HAynn, HAynn, HAynn, 3.5f, 3.5f, 3.5f)                               \
+  X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
+  X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
+  X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
+  X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
   X(d, Expm1, ONE, HAynn, HAynn, HAynn, 30.0f, 30.0f, 30.0f)                          \
   X(s, Hypot, TWO, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                             \
   X(d, Hypot, TWO, HAynn, HAynn, HAynn, 9.0f, 9.0f, 9.0f)                             \
-  X(s, Inv, ONE, HAynn, HAynn, HAynn, 1.2f, 1.2f, 1.2f)                               \
-  X(d, Inv, ONE, HAynn, HAynn, HAynn, 3.3f, 3.3f, 3.3f)                               \
-  X(s, InvCbrt, ONE, HAynn, HAynn, HAynn, 4.2f, 4.2f, 4.2f)                           \
-  X(d, InvCbrt, ONE, HAynn, HAynn, HAynn, 7.2f, 7.2f, 7.2f)                           \
-  X(s, InvSqrt, ONE, HAynn, HAynn, HAynn, 2.0f, 2.0f, 2.0f)                           \
-  X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 3.5f, 3.5f, 3.5f)                           \
+  X(s, Inv, ONE, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
+  X(d, Inv, ONE, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
+  X(s, InvCbrt, ONE, HAynn, HAynn, HAynn, 11.5f, 11.5f, 11.5f)                        \
+  X(d, InvCbrt, ONE, HAynn, HAynn, HAynn, 18.0f, 18.0f, 18.0f)                        \
+  X(s, InvSqrt, ONE, HAynn, HAynn, HAynn, 5.7f, 5.7f, 5.7f)                           \
+  X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 10.5f, 10.5f, 10.5f)                        \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
   X(s, Ln, ONE, HAynn, HAynn, HAynn, 10.0f, 10.0f, 10.0f)                             \
@@ -61,8 +61,8 @@
   X(z, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                               \
-  X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 2.0f, 2.0f, 2.0f)                              \
-  X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                              \
+  X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
+  X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 12.1f, 12.1f, 12.1f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                        \

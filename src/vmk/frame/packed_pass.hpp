@@ -4,24 +4,30 @@
 //   while 8 doubles (16 singles) remain:
 //     test the top 32 bits of every element, sign masked as the kernel asks, against the main
 //     route's range by one unsigned subtraction and compare;
-//     compute the whole block packed, rare elements included, and store it;
-//     if an element was out of range, run the block's spec routine: it sends each out-of-range
-//     element to the kernel's scalar routine, which stores the right value over the packed one
-//     (and reports a status if the element has one);
+//     if all are in range, compute the whole block packed and store it;
+//     otherwise run the block's special-case routine: each in-range element goes through the
+//     same packed calculation on its own, each out-of-range element to the kernel's scalar
+//     routine, which stores its value (and reports a status if the element has one);
 //   the tail, one element at a time through the same packed calculation (so an element's
 //   result never depends on its position), out-of-range elements to the scalar routine.
 //
-// The rare path costs the main loop one compare per element and one branch per block. Inputs
-// are all read before the block's results are stored, so y equal to a is fine.
+// The results are those of computing every block packed and then overwriting the rare
+// elements by the scalar routine; keeping rare lanes out of the packed arithmetic only spares
+// the caller the exception flags that garbage lanes would raise (an infinity in a square root
+// block would raise invalid). The rare path costs the main loop one compare per element and
+// one branch per block. Each element is read before its result is stored, so y equal to a is
+// fine.
 //
 // A kernel K provides:
 //   using T                      float or double
 //   kSignMask                    0x7FFFFFFF to test |x|, 0xFFFFFFFF when the sign matters
 //   kRangeLo, kRangeLen          main route: ((top32(x) & kSignMask) - kRangeLo) < kRangeLen
 //   static V main(V x)           the packed route, lane by lane (V = simd::vd or simd::vf)
-//   static void rare(int i, const T *a, T *y)
-//                                the scalar routine: correct for every input, stores y[i] and
-//                                reports its status with the arrays as given
+//   static void rare(T x, int i, const T *a, T *y)
+//                                the scalar routine for the element x = a[i] as it was on
+//                                entry (y may be a, already partly overwritten): correct for
+//                                every input, stores y[i] and reports its status with the
+//                                arrays as given
 // and the kernel body is `packed_pass<K>(n, a, y)` under its control scope. Two-input
 // kernels get a twin of the frame with a second array and a combined range mask.
 #pragma once
@@ -67,13 +73,15 @@ inline bool in_main_range(uint32_t top) {
   return ((top & K::kSignMask) - K::kRangeLo) < K::kRangeLen;
 }
 
-// The block's spec routine: out of the hot loop, so the block's registers stay free.
+// The block's special-case routine: out of the hot loop, so the block's registers stay free.
 template <class K>
-[[gnu::noinline, gnu::cold]] void packed_pass_spec(int i, const typename K::T *a,
-                                                   typename K::T *y) {
+[[gnu::noinline, gnu::cold]] void packed_pass_special(const typename K::T *x, int i,
+                                                      const typename K::T *a, typename K::T *y) {
   using F = PassFormat<typename K::T>;
-  for (int k = 0; k < F::kBlock; ++k)
-    if (!in_main_range<K>(F::top(a[i + k]))) K::rare(i + k, a, y);
+  for (int k = 0; k < F::kBlock; ++k) {
+    if (in_main_range<K>(F::top(x[k]))) y[i + k] = K::main(simd::splat(x[k]))[0];
+    else K::rare(x[k], i + k, a, y);
+  }
 }
 
 template <class K>
@@ -86,7 +94,7 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
   const vui sign_mask = vui{} + K::kSignMask, lo = vui{} + K::kRangeLo,
             len = vui{} + K::kRangeLen;
   int i = 0;
-  for (; i + F::kBlock <= n; i += F::kBlock) {
+  for (; i <= n - F::kBlock; i += F::kBlock) {
     V v[kRegs];
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) v[k] = simd::loadu(a + i + k * F::kLanes);
@@ -95,31 +103,23 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
     vui out = vui{};
 #pragma GCC unroll 8
     for (int k = 0; k < F::kTopVectors; ++k) out |= (vui)(((t[k] & sign_mask) - lo) >= len);
+    if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) {
+      alignas(16) T x[F::kBlock];
+      for (int k = 0; k < kRegs; ++k) simd::storea(x + k * F::kLanes, v[k]);
+      packed_pass_special<K>(x, i, a, y);
+      continue;
+    }
     V r[kRegs];
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) r[k] = K::main(v[k]);
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
-    if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) packed_pass_spec<K>(i, a, y);
   }
   for (; i < n; ++i) {
-    if (in_main_range<K>(F::top(a[i]))) y[i] = K::main(simd::splat(a[i]))[0];
-    else K::rare(i, a, y);
+    const T x = a[i];
+    if (in_main_range<K>(F::top(x))) y[i] = K::main(simd::splat(x))[0];
+    else K::rare(x, i, a, y);
   }
-}
-
-// Runs a double-precision packed routine over the lanes of a single vector: the single
-// kernels of a family widen to double, take the double route (shorter where the traits say
-// so) and round once to single.
-template <class Fd>
-inline simd::vf on_double_lanes(simd::vf x, Fd fd) {
-  const simd::vd lo = (simd::vd)_mm_cvtps_pd((__m128)x);
-  const simd::vd hi = (simd::vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
-  return (simd::vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)fd(lo)), _mm_cvtpd_ps((__m128d)fd(hi)));
-}
-template <class Fd>
-inline simd::vd on_double_lanes(simd::vd x, Fd fd) {
-  return fd(x);
 }
 
 // A double routine applied to one scalar of either type through lane 0.

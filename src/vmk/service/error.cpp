@@ -71,9 +71,6 @@ struct Element<hpk_complex16> {
 alignas(16) constexpr double kExceptionOperands[4] = {
     std::bit_cast<double>(uint64_t{0x0010000000000001}), DBL_MAX, 0.0, 1.0};
 
-// Where the dropped results of the exception operations go.
-volatile double g_exception_scratch;
-
 // One real double-precision operation that raises the code's exception flag, or traps when the
 // caller has unmasked it. The instruction is in asm so that the compiler can neither fold it nor
 // drop it; it runs under the kernel's control state (so FTZ applies to the code 4 square).
@@ -100,7 +97,8 @@ void raise_exception(int code) {
     default:
       return;
   }
-  g_exception_scratch = x;
+  volatile double scratch = x;  // the result is stored and dropped
+  (void)scratch;
 }
 
 int errno_for(int code) {

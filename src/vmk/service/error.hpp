@@ -17,9 +17,12 @@ enum : int { kStatusDomain = 1, kStatusSingularity = 2, kStatusOverflow = 3, kSt
 template <class T>
 [[gnu::cold, gnu::noinline]] void report_error(int code, int index, const T *a, const T *b, T *y,
                                                T *z, const char *name) {
-  if constexpr (std::is_same_v<T, float>) hpk_vmk_kernel_sError(code, index, a, b, y, z, name);
-  else if constexpr (std::is_same_v<T, double>) hpk_vmk_kernel_dError(code, index, a, b, y, z, name);
-  else if constexpr (std::is_same_v<T, hpk_complex8>) hpk_vmk_kernel_cError(code, index, a, b, y, z, name);
+  if constexpr (std::is_same_v<T, float>)
+    hpk_vmk_kernel_sError(code, index, a, b, y, z, name);
+  else if constexpr (std::is_same_v<T, double>)
+    hpk_vmk_kernel_dError(code, index, a, b, y, z, name);
+  else if constexpr (std::is_same_v<T, hpk_complex8>)
+    hpk_vmk_kernel_cError(code, index, a, b, y, z, name);
   else {
     static_assert(std::is_same_v<T, hpk_complex16>, "no dispatcher for this element type");
     hpk_vmk_kernel_zError(code, index, a, b, y, z, name);

@@ -1,8 +1,8 @@
 // Cbrt: cube root, no status on any input. Normal values take the packed route of
 // cbrt_core.hpp (within 0.5 + 2^-6 ulp). The scalar route (cbrt_scalar): +-0 and +-inf give
 // themselves, NaN gives a * 1, a double denormal goes through the core scaled by 2^54 and comes
-// back times 2^-18 (both exact). Single kernels widen to double, where single denormals are
-// normal.
+// back times 2^-18 (both exact); a single denormal goes through the double core directly, as
+// it is normal in double.
 #include "vmk/core/cbrt/cbrt_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/frame/packed_pass.hpp"
@@ -21,11 +21,13 @@ struct CbrtKernel {
   static constexpr uint32_t kRangeLen = (sizeof(E) == 8 ? 0x7FF00000 : 0x7F800000) - kRangeLo;
 
   static simd::vd core(simd::vd a) { return cbrt_core::main<false, kDegree>(a); }
-  static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
+  static V main(V x) {
+    if constexpr (sizeof(E) == 8) return core(x);
+    else return cbrt_core::single_main<false>(x);
+  }
 
   // cbrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0) || __builtin_isinf(x) || __builtin_isnan(x)) {
       y[i] = times_one(x);
       return;

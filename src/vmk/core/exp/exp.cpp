@@ -12,6 +12,7 @@
 
 #include "vmk/core/exp/exp_core.hpp"
 #include "vmk/frame/control.hpp"
+#include "vmk/frame/double_lanes.hpp"
 #include "vmk/frame/packed_pass.hpp"
 #include "vmk/service/error.hpp"
 #include "vmk/service/thread_state.hpp"
@@ -28,9 +29,9 @@ struct DExpKernel {
   [[gnu::always_inline]] static simd::vd main(simd::vd x) { return exp_core::main(x); }
 
   // _vmkdSpecSc
-  static void rare(int i, const double *a, double *y) {
+  static void rare(double x, int i, const double *a, double *y) {
     int status;
-    y[i] = exp_core::scalar(a[i], status);
+    y[i] = exp_core::scalar(x, status);
     if (status) report_error<double>(status, i, a, a, y, y, "vdExp");
   }
 };
@@ -46,8 +47,7 @@ struct SExpKernel {
   }
 
   // _ScalarExp
-  static void rare(int i, const float *a, float *y) {
-    const float x = a[i];
+  static void rare(float x, int i, const float *a, float *y) {
     int status;
     const float r = float(exp_core::scalar(double(x), status));
     y[i] = r;

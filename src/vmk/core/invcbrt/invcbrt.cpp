@@ -22,11 +22,13 @@ struct InvCbrtKernel {
   static constexpr const char *kName = sizeof(E) == 8 ? "vdInvCbrt" : "vsInvCbrt";
 
   static simd::vd core(simd::vd a) { return cbrt_core::main<true, kDegree>(a); }
-  static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
+  static V main(V x) {
+    if constexpr (sizeof(E) == 8) return core(x);
+    else return cbrt_core::single_main<true>(x);
+  }
 
   // invcbrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0)) {
       y[i] = __builtin_copysign(E(__builtin_inf()), x);
       report_error<E>(kStatusSingularity, i, a, a, y, y, kName);

@@ -1,6 +1,8 @@
 // InvSqrt: 1 / square root, by the seed and polynomial of sqrt_core.hpp (within 0.5 + 2^-9
 // ulp) for positive normal values. The scalar route (invsqrt_scalar):
-//   +-0 -> +inf (the sign of a zero does not reach the root's reciprocal), status 2;     NaN -> a * 1, no status;     +inf -> +0;
+//   +-0 -> +inf, status 2 (the square root of -0 is -0, but the reciprocal square root of a
+//          zero is +inf, as the correctly rounded function has it);
+//   NaN -> a * 1, no status;   +inf -> +0;
 //   positive denormal -> the main route on a * 2^54, times 2^27 (exact both ways);
 //   any other negative value, -inf included -> the default NaN, status 1.
 #include "vmk/core/sqrt/sqrt_core.hpp"
@@ -23,11 +25,13 @@ struct InvSqrtKernel {
   static constexpr const char *kName = sizeof(E) == 8 ? "vdInvSqrt" : "vsInvSqrt";
 
   static simd::vd core(simd::vd a) { return sqrt_core::invsqrt_main<F::kDegree>(a); }
-  static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
+  static V main(V x) {
+    if constexpr (sizeof(E) == 8) return core(x);
+    else return sqrt_core::single_main<true>(x);
+  }
 
   // invsqrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0)) {
       y[i] = E(__builtin_inf());
       report_error<E>(kStatusSingularity, i, a, a, y, y, kName);

@@ -5,6 +5,7 @@
 
 #include "vmk/core/ln/ln_core.hpp"
 #include "vmk/frame/control.hpp"
+#include "vmk/frame/double_lanes.hpp"
 #include "vmk/frame/packed_pass.hpp"
 #include "vmk/service/error.hpp"
 #include "vmk/service/thread_state.hpp"
@@ -26,9 +27,9 @@ struct LogKernel {
     return on_double_lanes(x, [](simd::vd d) { return ln_core::main<Decimal>(d); });
   }
 
-  static void rare(int i, const E *a, E *y) {
+  static void rare(E x, int i, const E *a, E *y) {
     int status;
-    y[i] = E(ln_core::scalar<Decimal>(double(a[i]), status));
+    y[i] = E(ln_core::scalar<Decimal>(double(x), status));
     if (status) report_error<E>(status, i, a, a, y, y, kName);
   }
 };

@@ -3,7 +3,7 @@
 //   +-0 -> the same zero, no status;        NaN -> a * 1, no status;     +inf -> +inf;
 //   positive denormal -> the main route on a * 2^54, times 2^-27 (exact both ways);
 //   any other negative value, -inf included -> the default NaN, status 1.
-// The single kernel widens to double; single denormals are normal there and need no scaling.
+// Single denormals take the scalar route in double, where they are normal and need no scaling.
 #include "vmk/core/sqrt/sqrt_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/frame/packed_pass.hpp"
@@ -24,13 +24,15 @@ struct SqrtKernel {
   static constexpr const char *kName = sizeof(E) == 8 ? "vdSqrt" : "vsSqrt";
 
   static simd::vd core(simd::vd a) { return sqrt_core::sqrt_main<F::kDegree>(a); }
-  static V main(V x) { return on_double_lanes(x, [](simd::vd a) { return core(a); }); }
+  static V main(V x) {
+    if constexpr (sizeof(E) == 8) return core(x);
+    else return sqrt_core::single_main<false>(x);
+  }
 
   // sqrt_scalar
-  static void rare(int i, const E *a, E *y) {
-    const E x = a[i];
+  static void rare(E x, int i, const E *a, E *y) {
     if (x == E(0) || x == E(__builtin_inf())) {
-      y[i] = x;
+      y[i] = times_one(x);  // a denormal treated as zero (DAZ) comes out as that zero
     } else if (x != x) {
       y[i] = times_one(x);
     } else if (x < E(0)) {

@@ -17,8 +17,11 @@
 // The correction term is below 2^-10 of the result and carries its own rounding error of
 // 2^-53 relative to itself, so the result is the exact value rounded once, within 0.5 + 2^-9
 // ulp; the sweeps find it correctly rounded on nearly every input.
-// The single kernels run the same route in double with the polynomial of degree 3 (truncation
-// below 2^-40, far under a single ulp) and round once to single.
+// The single kernels need no exponent arithmetic: the instruction takes the single value itself
+// (the main route holds positive normal singles only). The seed is widened and cut to 14 bits,
+// so that with a of 24 bits a*y*y is exact in double; the polynomial is of degree 3
+// (truncation below 2^-43) and the double result is rounded once to single, which is off the
+// correct rounding only when the exact root lies within 2^-43 of a midpoint.
 #pragma once
 
 #include <cstdint>
@@ -40,45 +43,68 @@ struct Seed {
   vd y;   // ~ 1/sqrt(a), 16 significant bits
   vd hi;  // top 32 bits of a
   vd lo;  // a - hi
-  vd e;   // a*y*y - 1
 };
 
 inline Seed seed(vd a) {
   const vul ua = (vul)a;
-  const vul top = ua >> 32;
   // float bits 0x3F000000 | (exponent low bit, top 20 fraction bits) << 3: s in [1/2, 2).
-  const vul sbits = ((top & 0x001FFFFFu) << 3) | 0x3F000000u;
+  const vul sbits = ((ua >> 29) & (0x001FFFFFull << 3)) | 0x3F000000u;
   const __m128i packed = _mm_shuffle_epi32((__m128i)sbits, _MM_SHUFFLE(2, 2, 2, 0));
   const vd r = (vd)_mm_cvtps_pd(_mm_rsqrt_ps((__m128)packed));
-  const vl shift = (vl)((vul)vl{fl3BiD2MSBi, fl3BiD2MSBi} - (top >> 21)) << 52;
+  const vl shift = (vl)((vul)vl{fl3BiD2MSBi, fl3BiD2MSBi} - (ua >> 53)) << 52;
   const vd y = (vd)(((vl)r + shift) & (vl)(vul{} + dbSeedMask));
   const vd hi = (vd)(ua & dbHi);
-  const vd lo = a - hi;
-  const vd yy = y * y;
-  const vd e = (hi * yy - 1.0) + lo * yy;
-  return {y, hi, lo, e};
+  return {y, hi, a - hi};
 }
 
-// (1 + e)^(-1/2) - 1, Taylor to degree Degree (3 or 5).
+// (1 + e)^(-1/2) - 1, Taylor to degree Degree (3 or 5), evaluated in pairs of terms (Estrin)
+// so that the chain of dependent operations stays short: the pass is latency-bound.
 template <int Degree>
 inline vd poly(vd e) {
   constexpr double c1 = -0x1p-1, c2 = 0x1.8p-2, c3 = -0x1.4p-2, c4 = 0x1.18p-2, c5 = -0x1.f8p-3;
-  vd p;
-  if constexpr (Degree == 5) p = c3 + e * (c4 + e * c5);
-  else p = vd{c3, c3};
-  return e * (c1 + e * (c2 + e * p));
+  const vd e2 = e * e;
+  const vd low = c1 + c2 * e;
+  if constexpr (Degree == 5) return e * (low + e2 * ((c3 + c4 * e) + c5 * e2));
+  else return e * (low + e2 * c3);
 }
 
+// sqrt: hi*y and lo*y are needed for the result anyway, so e is formed from them
+// (hi*y*y has 21 + 16 + 16 bits: exact).
 template <int Degree>
 inline vd sqrt_main(vd a) {
   const Seed s = seed(a);
-  return s.hi * s.y + (s.lo * s.y + poly<Degree>(s.e) * (a * s.y));
+  const vd hy = s.hi * s.y, ly = s.lo * s.y;
+  const vd e = (hy * s.y - 1.0) + ly * s.y;
+  return hy + (ly + poly<Degree>(e) * (a * s.y));
 }
 
 template <int Degree>
 inline vd invsqrt_main(vd a) {
   const Seed s = seed(a);
-  return s.y + s.y * poly<Degree>(s.e);
+  const vd yy = s.y * s.y;
+  const vd e = (s.hi * yy - 1.0) + s.lo * yy;
+  return s.y + s.y * poly<Degree>(e);
+}
+
+inline constexpr uint64_t kSingleSeedMask = 0xFFFFFF8000000000ull;  // 14 significant bits
+
+template <bool Inverse>
+inline vd single_half(vd a, vd r) {
+  const vd y = (vd)((vul)r & kSingleSeedMask);
+  const vd e = a * (y * y) - 1.0;
+  const vd p = poly<3>(e);
+  if constexpr (Inverse) return y + y * p;
+  const vd ay = a * y;
+  return ay + ay * p;
+}
+
+template <bool Inverse>
+inline vf single_main(vf x) {
+  const __m128 r = _mm_rsqrt_ps((__m128)x);
+  const vd lo = single_half<Inverse>((vd)_mm_cvtps_pd((__m128)x), (vd)_mm_cvtps_pd(r));
+  const vd hi = single_half<Inverse>((vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x)),
+                                     (vd)_mm_cvtps_pd(_mm_movehl_ps(r, r)));
+  return (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)lo), _mm_cvtpd_ps((__m128d)hi));
 }
 
 // The family's formats: range of the main route (positive normal values; the sign is part of
