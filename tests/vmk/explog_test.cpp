@@ -213,8 +213,8 @@ TEST(ExpFamily, SingleThresholds) {
       {"Exp", f_of(0x42B17218u), kInfF, 3},
       {"Exp", f_of(0xC2AEAC4Fu), FLT_MIN, 0, kFinite},  // -87.33654: still normal
       {"Exp", f_of(0xC2AEAC50u), 0.0f, 4, kTiny},
-      {"Exp", f_of(0xC2CFF1B5u), f_of(1u), 4},  // -103.972076: the least denormal
-      {"Exp", f_of(0xC2CFF1B6u), 0.0f, 4},
+      {"Exp", f_of(0xC2CFF1B4u), f_of(1u), 4},  // -103.972076: the least denormal
+      {"Exp", f_of(0xC2CFF1B5u), 0.0f, 4},  // -103.972084: zero
       {"Exp", -kInfF, 0.0f, 0},
       {"Exp", kInfF, kInfF, 0},
       {"Exp", kQNaNF, kQNaNF, 0},

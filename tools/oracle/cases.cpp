@@ -93,7 +93,7 @@ const std::vector<double> kLogSpecialsD = {
     -0x1.fffffffffffffp-1, 0x1p-54, 0x1.fffffffffffffp-55, 0x1p53, 0x1p1000};
 const std::vector<float> kExpSpecialsS_f = {88.72283172607422f, 88.72283935546875f,
                                             -87.33654022216797f, -87.33654785156250f,
-                                            -103.97207641601562f, -103.97208404541016f};
+                                            -103.97207641601562f, -103.97208404541016f, -103.9720687866211f};
 const std::vector<double> kSpecialsS = {0.0, -0.0, 1.0, -1.0, kTrueMinF, kMinF, kMaxF, -kMaxF,
                                         kInf, -kInf};
 
