@@ -18,6 +18,16 @@
 #include "vmk/service/thread_state.hpp"
 
 namespace hpk::vmk {
+
+namespace exp_core {
+namespace {
+constexpr vd c2(double c) { return vd{c, c}; }
+}  // namespace
+const ExpConstants kExpConstants = {
+    c2(s_dwInvLn), c2(s_dwRS), c2(simd::from_bits(s_dwLnHi)), c2(simd::from_bits(s_dwLnLo)),
+    c2(A2),        c2(A3),     c2(A4),                        c2(A5)};
+}  // namespace exp_core
+
 namespace {
 
 struct DExpKernel {

@@ -44,17 +44,26 @@ struct Reduced {
   vul t_bits;
 };
 
+// The constants of the loop, each stored twice side by side so that an aligned load fills a
+// register; defined out of line (exp.cpp) so that the loop reads them as memory operands
+// instead of rebuilding them from scalars.
+struct alignas(16) ExpConstants {
+  vd inv_ln, rs, ln_hi, ln_lo, a2, a3, a4, a5;
+};
+extern const ExpConstants kExpConstants;
+
 [[gnu::always_inline]] inline Reduced reduce(vd x) {
   using exp_tables::s_dwExp2;
-  const vd t = x * s_dwInvLn + s_dwRS;
-  const vd kd = t - s_dwRS;
-  const vd r = (x - kd * simd::from_bits(s_dwLnHi)) - kd * simd::from_bits(s_dwLnLo);
+  const ExpConstants &c = kExpConstants;
+  const vd t = x * c.inv_ln + c.rs;
+  const vd kd = t - c.rs;
+  const vd r = (x - kd * c.ln_hi) - kd * c.ln_lo;
   const vul tb = (vul)t;
   const uint64_t j0 = tb[0] & 63, j1 = tb[1] & 63;
   const __m128d row0 = _mm_load_pd(s_dwExp2 + 2 * j0), row1 = _mm_load_pd(s_dwExp2 + 2 * j1);
   const vd T = (vd)_mm_unpacklo_pd(row0, row1), Tl = (vd)_mm_unpackhi_pd(row0, row1);
   const vd r2 = r * r;
-  const vd p = r + r2 * ((A2 + r * A3) + r2 * (A4 + r * A5));
+  const vd p = r + r2 * ((c.a2 + r * c.a3) + r2 * (c.a4 + r * c.a5));
   return {T + (Tl + T * p), tb};
 }
 

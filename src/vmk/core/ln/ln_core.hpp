@@ -5,8 +5,8 @@
 //          (21 significant bits)
 //   row  = (((top & 0xFFC00) + 0x400) & 0x1FF800) >> 11, the top 10 fraction bits rounded to
 //          9 bits (0..512), centre c = 1 + row/512, rcp ~ 1/c with 32 significant bits
-//   N    = the exponent of x counted from 0.74951171875: ((top + 0x180400) >> 20) - 1024,
-//          converted by the shifter 2^20 + 2^19 (the integer is added to its top word).
+//   N    = the exponent of x counted from 0.74951171875: (top - 0x3FE7FC00) >> 20 (arithmetic),
+//          exact as a double.
 //          Rows 256..512 then belong to x in [0.7495, 1) * 2^N and hold log(c/2), so x near
 //          1 always has N = 0 and a small table value: no cancellation.
 //   Rhi  = Yhi * rcp - 1   exact (21 + 32 bits, and the product is within 2^-9 of 1)
@@ -48,6 +48,7 @@ inline constexpr uint64_t dbYHiMask = 0x7FFFFFFF00000000ull;
 inline constexpr uint64_t dbNSub = 0x3FE7FC0000000000ull;  // 0.74951171875
 inline constexpr uint64_t kNBias = 0x00180400;  // 2^30 - top word of dbNSub: N + 1024 >= 0
 inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;  // 26 fraction bits
+inline constexpr uint32_t kNSubTop = 0x3FE7FC00;
 inline constexpr double db2pow20p2pow19 = 0x1.8p20;
 inline constexpr uint64_t kShifterTop = 0x41380000ull - 1024;  // absorbs the +1024 above
 
@@ -69,50 +70,67 @@ inline constexpr double dbP2 = 0x1.555555555512ap-2;   // 0.3333333333332741
 inline constexpr double dbP3 = -0x1.00000d588d052p-2;  // -0.2500001988694339
 inline constexpr double dbP4 = 0x1.9999b39037e04p-3;   // 0.2000001934420511
 
+// The constants of the loop, each stored twice side by side so that an aligned load fills a
+// register, defined out of line (ln_constants.cpp) so that the loop reads them as memory
+// operands instead of rebuilding them from scalars.
+struct alignas(16) LogConstants {
+  vul fraction, one_exp, yhi_mask;
+  simd::vi nsub_top, row_mask1, row_round, row_mask2;
+  vd one, ln2hi, ln2lo;  // dbLn2hi/lo, or dbLg2hi/lo
+  vd p1, p2, p3, p4, p5;  // Ln: dbP1..dbP4; Log10: P0..P4
+  vd c, split_mask;       // Log10: dbC and the 26-bit split
+};
+extern const LogConstants kLnConstants, kLog10Constants;
+
 template <bool Decimal>
 [[gnu::always_inline]] inline vd main(vd x) {
+  const LogConstants &c = Decimal ? kLog10Constants : kLnConstants;
   const double *tab = Decimal ? Log10Traits::table : LnTraits::table;
   const vul ux = (vul)x;
-  const vd Y = (vd)((ux & kFraction) | kOneExp);
-  const vd Yhi = (vd)((vul)Y & dbYHiMask);
-  const vul top = ux >> 32;
-  const vul row = (((top & 0xFFC00u) + 0x400u) & 0x1FF800u) >> 11;
-  const vd N = (vd)((((top + kNBias) >> 20) + kShifterTop) << 32) - db2pow20p2pow19;
-
-  const double *r0 = tab + 4 * row[0], *r1 = tab + 4 * row[1];
-  const __m128d a0 = _mm_load_pd(r0), a1 = _mm_load_pd(r1);
+  const vd Y = (vd)((ux & c.fraction) | c.one_exp);
+  const vd Yhi = (vd)((vul)Y & c.yhi_mask);
+  // The two top words in 32-bit lanes: N by an arithmetic shift (exact, so the conversion by
+  // the shifter 2^20 + 2^19 and cvtdq2pd give the same double), the row as a byte offset.
+  const __m128i top = _mm_shuffle_epi32((__m128i)x, _MM_SHUFFLE(3, 1, 3, 1));
+  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nsub_top), 20));
+  const __m128i off = _mm_srli_epi32(
+      _mm_and_si128(_mm_add_epi32(_mm_and_si128(top, (__m128i)c.row_mask1), (__m128i)c.row_round),
+                    (__m128i)c.row_mask2),
+      11 - 5);  // row * 32 bytes
+  const char *base = reinterpret_cast<const char *>(tab);
+  const double *r0 = reinterpret_cast<const double *>(base + _mm_cvtsi128_si32(off));
+  const double *r1 =
+      reinterpret_cast<const double *>(base + _mm_cvtsi128_si32(_mm_srli_epi64(off, 32)));
   const __m128d b0 = _mm_load_pd(r0 + 2), b1 = _mm_load_pd(r1 + 2);
-  const vd rcp = (vd)_mm_unpacklo_pd(a0, a1);
+  const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(r0), r1);
   const vd Thi = (vd)_mm_unpacklo_pd(b0, b1), Tlo = (vd)_mm_unpackhi_pd(b0, b1);
 
-  const vd Rhi = Yhi * rcp - 1.0;
+  const vd Rhi = Yhi * rcp - c.one;
   const vd Rlo = (Y - Yhi) * rcp;
   const vd R = Rhi + Rlo;
   const vd R2 = R * R;
   if constexpr (!Decimal) {
-    const vd Alo = N * simd::from_bits(LnTraits::lo_bits) + Tlo;
+    const vd Alo = N * c.ln2lo + Tlo;
     const vd exact = (vd)(Alo == 0.0);  // rows 0 and 512 with N = 0: Rhi + Rlo is exact
-    const vd A = N * simd::from_bits(LnTraits::hi_bits) + Thi;
+    const vd A = N * c.ln2hi + Thi;
     const vd hi0 = A + Rhi;
     const vd err = (A - hi0) + Rhi;
     const vd hi = hi0 + simd::and_bits(exact, Rlo);
     const vd lo = ((Alo + err) + simd::andnot_bits(exact, Rlo)) +
-                  R2 * ((dbP1 + R * dbP2) + R2 * (dbP3 + R * dbP4));
+                  R2 * ((c.p1 + R * c.p2) + R2 * (c.p3 + R * c.p4));
     return hi + lo;
   } else {
-    using namespace ln_tables;
-    const double *P = kLog10Poly;
-    const vd Alo = N * dbLg2lo + Tlo;
+    const vd Alo = N * c.ln2lo + Tlo;
     const vd exact = (vd)(Alo == 0.0);
     const vd S = Rhi + simd::and_bits(exact, Rlo);
-    const vd Sh = (vd)((vul)S & kSplitMask);
+    const vd Sh = simd::and_bits(S, c.split_mask);
     const vd L = (S - Sh) + simd::andnot_bits(exact, Rlo);
-    const vd A = N * dbLg2hi + Thi;
-    const vd CSh = Log10Traits::dbC * Sh;
+    const vd A = N * c.ln2hi + Thi;
+    const vd CSh = c.c * Sh;
     const vd hi = A + CSh;
     const vd err = (A - hi) + CSh;
-    const vd lo = ((Alo + err) + Log10Traits::dbC * L) +
-                  R * ((P[0] + R * P[1]) + R2 * ((P[2] + R * P[3]) + R2 * P[4]));
+    const vd lo = ((Alo + err) + c.c * L) +
+                  R * ((c.p1 + R * c.p2) + R2 * ((c.p3 + R * c.p4) + R2 * c.p5));
     return hi + lo;
   }
 }
