@@ -70,9 +70,12 @@ extern const ExpConstants kExpConstants;
 // 2^m for the lanes' k, as the main route builds it.
 [[gnu::always_inline]] inline vd scale(vul t_bits) { return (vd)(((t_bits + s_dwBias) << 46) & kExpMask); }
 
+// v * 2^m: over the main route v is in (1, 2) and the product normal, so the product by the
+// factor that scale() builds is exact and equals adding m to v's exponent field, which is what
+// the loop does (m << 52 from the bits of t, two's complement for negative m).
 [[gnu::always_inline]] inline vd main(vd x) {
   const Reduced q = reduce(x);
-  return q.v * scale(q.t_bits);
+  return (vd)((vul)q.v + ((q.t_bits >> 6) << 52));
 }
 
 // The full scalar exponential (no status): the rare-path table of the double kernel.
