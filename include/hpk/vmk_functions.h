@@ -36,7 +36,7 @@
   X(s, InvCbrt, ONE, HAynn, HAynn, HAynn, 11.5f, 11.5f, 11.5f)                        \
   X(d, InvCbrt, ONE, HAynn, HAynn, HAynn, 18.0f, 18.0f, 18.0f)                        \
   X(s, InvSqrt, ONE, HAynn, HAynn, HAynn, 5.7f, 5.7f, 5.7f)                           \
-  X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 10.5f, 10.5f, 10.5f)                        \
+  X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 10.1f, 10.1f, 10.1f)                        \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
   X(s, Ln, ONE, HAynn, HAynn, HAynn, 10.0f, 10.0f, 10.0f)                             \
@@ -62,7 +62,7 @@
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                               \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
-  X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 12.1f, 12.1f, 12.1f)                           \
+  X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 10.4f, 10.4f, 10.4f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                        \
