@@ -54,12 +54,18 @@ extern const ExpConstants kExpConstants;
 
 [[gnu::always_inline]] inline Reduced reduce(vd x) {
   using exp_tables::s_dwExp2;
-  const ExpConstants &c = kExpConstants;
+  // An opaque pointer, so the constants stay memory operands of the arithmetic instead of
+  // being hoisted out of the loop into registers (and spilled there by the four chains).
+  const ExpConstants *cp = &kExpConstants;
+  __asm__ volatile("" : "+r"(cp));
+  const ExpConstants &c = *cp;
   const vd t = x * c.inv_ln + c.rs;
   const vd kd = t - c.rs;
   const vd r = (x - kd * c.ln_hi) - kd * c.ln_lo;
   const vul tb = (vul)t;
-  const uint64_t j0 = tb[0] & 63, j1 = tb[1] & 63;
+  // the low words of both lanes (k's low bits) in one transfer to a general register
+  const uint64_t lows = uint64_t(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)t, _MM_SHUFFLE(3, 1, 2, 0))));
+  const uint64_t j0 = lows & 63, j1 = (lows >> 32) & 63;
   const __m128d row0 = _mm_load_pd(s_dwExp2 + 2 * j0), row1 = _mm_load_pd(s_dwExp2 + 2 * j1);
   const vd T = (vd)_mm_unpacklo_pd(row0, row1), Tl = (vd)_mm_unpackhi_pd(row0, row1);
   const vd r2 = r * r;

@@ -84,7 +84,11 @@ extern const LogConstants kLnConstants, kLog10Constants;
 
 template <bool Decimal>
 [[gnu::always_inline]] inline vd main(vd x) {
-  const LogConstants &c = Decimal ? kLog10Constants : kLnConstants;
+  // An opaque pointer, so the constants stay memory operands of the arithmetic instead of
+  // being hoisted out of the loop into registers (and spilled there by the four chains).
+  const LogConstants *cp = Decimal ? &kLog10Constants : &kLnConstants;
+  __asm__ volatile("" : "+r"(cp));
+  const LogConstants &c = *cp;
   const double *tab = Decimal ? Log10Traits::table : LnTraits::table;
   const vul ux = (vul)x;
   const vd Y = (vd)((ux & c.fraction) | c.one_exp);
@@ -98,9 +102,9 @@ template <bool Decimal>
                     (__m128i)c.row_mask2),
       11 - 5);  // row * 32 bytes
   const char *base = reinterpret_cast<const char *>(tab);
-  const double *r0 = reinterpret_cast<const double *>(base + _mm_cvtsi128_si32(off));
-  const double *r1 =
-      reinterpret_cast<const double *>(base + _mm_cvtsi128_si32(_mm_srli_epi64(off, 32)));
+  const uint64_t offs = uint64_t(_mm_cvtsi128_si64(off));  // both offsets in one transfer
+  const double *r0 = reinterpret_cast<const double *>(base + uint32_t(offs));
+  const double *r1 = reinterpret_cast<const double *>(base + (offs >> 32));
   const __m128d b0 = _mm_load_pd(r0 + 2), b1 = _mm_load_pd(r1 + 2);
   const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(r0), r1);
   const vd Thi = (vd)_mm_unpacklo_pd(b0, b1), Tlo = (vd)_mm_unpackhi_pd(b0, b1);
