@@ -76,5 +76,6 @@ inline std::string single_peer(const char *name) {
 void add_arith_cases(std::vector<Case> &out);
 void add_rounding_cases(std::vector<Case> &out);
 void add_divroot_cases(std::vector<Case> &out);
+void add_explog_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle
