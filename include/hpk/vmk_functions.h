@@ -22,14 +22,22 @@
 #define HPK_VMK_FUNCTION_LIST(X)                                                      \
   X(s, Abs, ONE, HAynn, HAynn, HAynn, 0.69f, 0.69f, 0.69f)                            \
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.36f, 1.36f, 1.36f)                            \
+  X(c, Abs, TO_REAL, HAynn, HAynn, HAynn, 9.0f, 9.0f, 9.0f)                           \
+  X(z, Abs, TO_REAL, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                        \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(c, Add, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
+  X(z, Add, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.56f)                            \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
+  X(c, Conj, ONE, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                              \
+  X(z, Conj, ONE, HAynn, HAynn, HAynn, 2.0f, 2.0f, 2.0f)                              \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
+  X(c, Div, TWO, HAynn, HAynn, HAynn, 9.0f, 9.0f, 9.0f)                               \
+  X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
@@ -56,6 +64,10 @@
   X(d, Modf, TWO_OUT, HAynn, HAynn, HAynn, 7.2f, 7.2f, 7.2f)                          \
   X(s, Mul, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Mul, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(c, Mul, TWO, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                               \
+  X(z, Mul, TWO, HAynn, HAynn, HAynn, 15.0f, 15.0f, 15.0f)                            \
+  X(c, MulByConj, TWO, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                         \
+  X(z, MulByConj, TWO, HAynn, HAynn, HAynn, 15.0f, 15.0f, 15.0f)                      \
   X(s, NearbyInt, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                         \
   X(d, NearbyInt, ONE, HAynn, HAynn, HAynn, 2.9f, 2.9f, 2.9f)                         \
   X(s, PackI, PACK_I, HAynn, HAynn, HAynn, 1.70f, 1.70f, 1.70f)                       \
@@ -80,6 +92,8 @@
   X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 10.4f, 10.4f, 10.4f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(c, Sub, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
+  X(z, Sub, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.55f)                            \
   X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
   X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \
