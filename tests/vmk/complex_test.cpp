@@ -507,6 +507,41 @@ TEST(ComplexSpecials, SingleProductsThatOverflowOnlyInTheirTermsAreFinite) {
   EXPECT_EQ(t_reports[0].name, "vcDiv");
 }
 
+// Signed zeros and exact values as the plain formula gives them: every combination of parts in
+// {+0, -0, +1, -1, +3} (divisors not zero), whichever route the element takes.
+TEST(ComplexSpecials, SignedZerosAsThePlainFormula) {
+  const double v[] = {0.0, -0.0, 1.0, -1.0, 3.0};
+  std::vector<z16> a, b;
+  for (double ar : v)
+    for (double ai : v)
+      for (double br : v)
+        for (double bi : v) {
+          if (br == 0 && bi == 0) continue;
+          a.push_back({ar, ai});
+          b.push_back({br, bi});
+        }
+  const int n = int(a.size());
+  for (const SweepCase &s : kSweeps) {
+    std::vector<z16> y(n);
+    s.z(n, a.data(), b.data(), y.data());
+    for (int i = 0; i < n; ++i) {
+      const double ar = a[i].re, ai = a[i].im, br = b[i].re;
+      const double bi = s.op == Op::MulByConj ? -b[i].im : b[i].im;
+      double re, im;
+      if (s.op == Op::Div) {
+        const double d = br * br + bi * bi;
+        re = (ar * br + ai * bi) / d;
+        im = (ai * br - ar * bi) / d;
+      } else {
+        re = ar * br - ai * bi;
+        im = ar * bi + ai * br;
+      }
+      EXPECT_EQ(bits(y[i].re), bits(re)) << "z" << s.name << " (" << ar << "," << ai << ") (" << br << "," << b[i].im << ")";
+      EXPECT_EQ(bits(y[i].im), bits(im)) << "z" << s.name << " (" << ar << "," << ai << ") (" << br << "," << b[i].im << ")";
+    }
+  }
+}
+
 // Each element's result is independent of its position (tail or pass, rare neighbours or not)
 // and of y being a or b.
 TEST(ComplexFrame, ResultsDoNotDependOnPositionOrAliasing) {

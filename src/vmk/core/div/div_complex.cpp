@@ -49,7 +49,7 @@ using namespace lanes;
   const vd q = N.hi * inv;
   const vdd qd = product(q, split26(q), D.hi, ds);
   const vd rem = (((N.hi - qd.hi) - qd.lo) + N.lo) - q * D.lo;
-  return q + rem * inv;
+  return add_tail(q, rem * inv);
 }
 
 inline vd tiny_not_zero(vd x) {

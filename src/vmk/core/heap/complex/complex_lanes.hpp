@@ -79,11 +79,19 @@ inline vdd product(vd x, const Split &xs, vd y, const Split &ys) {
   const vd p = x * y;
   return {p, ((xs.h * ys.h - p) + xs.h * ys.l + xs.l * ys.h) + xs.l * ys.l};
 }
+// x + t, where a zero t leaves x as it is, -0 included: the sign of a zero result is then the
+// one of the plain formula (the low parts of exact products come out +0 where the products
+// are signed zeros). -((-t) + 0) is t for every t but +0, which it turns into -0.
+inline vd add_tail(vd x, vd t) {
+  const vd m = simd::splat(-0.0);
+  return x + simd::xor_bits(simd::xor_bits(t, m) + simd::splat(0.0), m);
+}
+
 // u + v and u - v of two double-double products, as one normalised double-double.
 inline vdd dd_add(const vdd &u, const vdd &v) {
   const vdd s = simd::two_sum(u.hi, v.hi);
   const vd t = s.lo + (u.lo + v.lo);
-  const vd hi = s.hi + t;
+  const vd hi = add_tail(s.hi, t);
   return {hi, t - (hi - s.hi)};
 }
 inline vdd dd_sub(const vdd &u, const vdd &v) { return dd_add(u, {-v.hi, -v.lo}); }
