@@ -24,7 +24,9 @@ void conjugate(int n, const C *a, C *y) {
   std::ptrdiff_t j = 0;
   for (; j + kRegs * kW <= m; j += kRegs * kW) {
     V r[kRegs];
+#pragma GCC unroll 4
     for (int k = 0; k < kRegs; ++k) r[k] = simd::xor_bits(simd::loadu(pa + j + k * kW), flip);
+#pragma GCC unroll 4
     for (int k = 0; k < kRegs; ++k) simd::storeu(py + j + k * kW, r[k]);
   }
   for (; j < m; j += 2) {
