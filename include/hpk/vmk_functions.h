@@ -23,8 +23,8 @@
 #define HPK_VMK_FUNCTION_LIST(X)                                                      \
   X(s, Abs, ONE, HAynn, HAynn, HAynn, 0.69f, 0.69f, 0.69f)                            \
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.36f, 1.36f, 1.36f)                            \
-  X(c, Abs, TO_REAL, HAynn, HAynn, HAynn, 5.8f, 5.8f, 5.8f)                           \
-  X(z, Abs, TO_REAL, HAynn, HAynn, HAynn, 26.7f, 26.7f, 26.7f)                        \
+  X(c, Abs, TO_REAL, HAynn, HAynn, HAynn, 6.0f, 6.0f, 6.0f)                           \
+  X(z, Abs, TO_REAL, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                        \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Add, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
@@ -33,8 +33,8 @@
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
-  X(c, Conj, ONE, HAynn, HAynn, HAynn, 1.13f, 1.13f, 1.13f)                           \
-  X(z, Conj, ONE, HAynn, HAynn, HAynn, 2.3f, 2.3f, 2.3f)                              \
+  X(c, Conj, ONE, HAynn, HAynn, HAynn, 0.62f, 0.62f, 0.62f)                           \
+  X(z, Conj, ONE, HAynn, HAynn, HAynn, 1.24f, 1.24f, 1.24f)                           \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
