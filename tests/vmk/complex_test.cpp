@@ -596,6 +596,22 @@ TEST(ComplexFrame, ControlStateDuringTheCallAndAfter) {
   _mm_setcsr(saved);
   EXPECT_EQ(after & 0xE040u, (saved & ~0x6000u & 0xE040u) | 0x4000u);
   for (int i = 0; i < 3; ++i) EXPECT_TRUE(same(up[i].re, nearest[i].re) && same(up[i].im, nearest[i].im));
+  // Add and Sub, both slots, run under scheme A too: nearest under a caller's round-up, and
+  // denormal results flushed when the mode asks for it.
+  const z16 one[1] = {{1.0, 0x1p-1070}}, tiny[1] = {{0x1p-60, 0x1p-1070}};
+  for (auto k : {_vmkzAdd_HA, _vmkzAdd_26}) {
+    z16 r[1];
+    _mm_setcsr((saved & ~0x6000u) | 0x4000u);
+    k(1, one, tiny, r);
+    _mm_setcsr(saved);
+    EXPECT_EQ(r[0].re, 1.0);  // 1 + 2^-60 rounds down to nearest
+    EXPECT_EQ(r[0].im, 0x1p-1069);
+    std::thread([&] {
+      hpk_vmk_kernel_SetMode(HPK_VMK_FTZDAZ_ON);
+      k(1, one, tiny, r);
+    }).join();
+    EXPECT_EQ(r[0].im, 0.0);
+  }
   // cMul and cAbs hold the x87 at 53-bit precision inside and restore the caller's word.
   uint16_t cw, cw_after;
   __asm__ volatile("fnstcw %0" : "=m"(cw));

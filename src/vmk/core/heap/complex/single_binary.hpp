@@ -8,7 +8,11 @@
 // Div: d = br^2 + bi^2 is exact but for one rounding, and neither overflows nor underflows in
 // double for any single inputs (2^-298 <= d <= 2^257 for non-zero b), so no scaling is needed;
 // each part is N / d with N the rounded sum of exact products: three roundings in double
-// (relative 2^-51.4 at most, without cancellation in N), then one to single.
+// (relative 2^-51.4 at most: N is the rounded sum of exact products, cancelling or not), then
+// one to single.
+//
+// The double arithmetic itself runs on the SSE unit (packed, then the same scalar operations on
+// the rare route), so its results are those of the caller's MXCSR, round to nearest by default.
 //
 // Rare elements: a non-finite result part. The scalar route computes the same operations in
 // the same order, then applies the special-value rules of heap/complex/special.hpp, and raises
