@@ -63,10 +63,11 @@ extern const ExpConstants kExpConstants;
   const vd kd = t - c.rs;
   const vd r = (x - kd * c.ln_hi) - kd * c.ln_lo;
   const vul tb = (vul)t;
-  // the low words of both lanes (k's low bits) in one transfer to a general register
-  const uint64_t lows = uint64_t(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)t, _MM_SHUFFLE(3, 1, 2, 0))));
-  const uint64_t j0 = lows & 63, j1 = (lows >> 32) & 63;
-  const __m128d row0 = _mm_load_pd(s_dwExp2 + 2 * j0), row1 = _mm_load_pd(s_dwExp2 + 2 * j1);
+  // j * 16 bytes for both lanes, fetched by pextrw straight into general registers
+  const __m128i off = _mm_slli_epi32(_mm_and_si128((__m128i)tb, _mm_set1_epi32(63)), 4);
+  const char *base = reinterpret_cast<const char *>(s_dwExp2);
+  const __m128d row0 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0)));
+  const __m128d row1 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 4)));
   const vd T = (vd)_mm_unpacklo_pd(row0, row1), Tl = (vd)_mm_unpackhi_pd(row0, row1);
   const vd r2 = r * r;
   const vd p = r + r2 * ((c.a2 + r * c.a3) + r2 * (c.a4 + r * c.a5));

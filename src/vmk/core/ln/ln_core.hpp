@@ -102,9 +102,9 @@ template <bool Decimal>
                     (__m128i)c.row_mask2),
       11 - 5);  // row * 32 bytes
   const char *base = reinterpret_cast<const char *>(tab);
-  const uint64_t offs = uint64_t(_mm_cvtsi128_si64(off));  // both offsets in one transfer
-  const double *r0 = reinterpret_cast<const double *>(base + uint32_t(offs));
-  const double *r1 = reinterpret_cast<const double *>(base + (offs >> 32));
+  // both offsets (below 2^15) by pextrw straight into general registers
+  const double *r0 = reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0));
+  const double *r1 = reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 2));
   const __m128d b0 = _mm_load_pd(r0 + 2), b1 = _mm_load_pd(r1 + 2);
   const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(r0), r1);
   const vd Thi = (vd)_mm_unpacklo_pd(b0, b1), Tlo = (vd)_mm_unpackhi_pd(b0, b1);
