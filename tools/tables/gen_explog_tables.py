@@ -9,6 +9,8 @@ to double exactly through Fractions (float() of a Fraction rounds correctly).
 
   s_dwExp2[j]          2^(j/64) as hi (correctly rounded) and lo (the rounded remainder), j < 64
   s_dwExp2_128[j]      2^(j/128) the same way, j < 128 (Expm1)
+  exp2f_table[j]       2^(j/128) as two floats, hi correctly rounded and lo the rounded
+                       remainder (hi + lo is exact in double and within 2^-48 relative), j < 128
   BT_Tbl (Ln, Log10)   513 rows of four doubles for Y = 1 + f in [1, 2), row i centred on
                        c = 1 + i/512:
                          rcp    1/c rounded to 32 significant bits (row 0: 1, row 512: 1/2), so
@@ -165,6 +167,16 @@ def main():
     exp = head + ["namespace hpk::vmk::exp_tables {", ""]
     exp += rows("s_dwExp2", "double", exp2_table(64), 2, "2^(j/64): hi, lo")
     exp += [""] + rows("s_dwExp2_128", "double", exp2_table(128), 2, "2^(j/128): hi, lo")
+    f32 = []
+    for j in range(128):
+        v = frac(mpmath.power(2, mpmath.mpf(j) / 128))
+        hi = rnd_bits(v, 24)
+        f32 += [float(hi), float(rnd_bits(v - hi, 24))]
+    exp += [""] + ["// 2^(j/128): hi, lo as floats",
+                   "alignas(16) inline constexpr float exp2f_table[256] = {"]
+    for i in range(0, 256, 4):
+        exp.append("    " + ", ".join(hx(v) + "f" for v in f32[i:i + 4]) + ",")
+    exp += ["};"]
     taylor = [float(Fraction(1, f)) for f in (2, 6, 24, 120, 720)]
     exp += ["", "// expm1(r) = r + r^2 (c2 + r (c3 + r (c4 + r (c5 + r c6))))"]
     exp += rows("kExpm1Poly", "double", taylor, 5)

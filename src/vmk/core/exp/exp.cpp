@@ -5,9 +5,10 @@
 //   x <= -708.3964185322642 -> the denormal value (one rounding), status 4;
 //   x >= 709.7827128933841  -> +inf, status 3;
 //   x >= 709.7772976810359  -> the main value through 2^1023, times 2.
-// The single kernel widens to double and takes the same route, then rounds once: the status
-// follows from the single result, 3 when it overflows to infinity, 4 when it is below the
-// least normal single (zero included), none for the infinite inputs.
+// The single kernel widens to double and takes exp_core::main_single on |x| < 87.33654785
+// (normal single results); its scalar routine takes the double route's scalar path and rounds
+// once: the status follows from the single result, 3 when it overflows to infinity, 4 when it
+// is below the least normal single (zero included), none for the infinite inputs.
 #include <cfloat>
 
 #include "vmk/core/exp/exp_core.hpp"
@@ -26,6 +27,8 @@ constexpr vd c2(double c) { return vd{c, c}; }
 const ExpConstants kExpConstants = {
     c2(s_dwInvLn), c2(s_dwRS), c2(simd::from_bits(s_dwLnHi)), c2(simd::from_bits(s_dwLnLo)),
     c2(A2),        c2(A3),     c2(A4),                        c2(A5)};
+const ExpSingleConstants kExpSingleConstants = {
+    c2(0x1.71547652b82fep+7), c2(s_dwRS), c2(0x1.62e42fefa39efp-8), c2(0.5), c2(0x1.5555555555555p-3)};
 }  // namespace exp_core
 
 namespace {
@@ -53,7 +56,9 @@ struct SExpKernel {
   static constexpr uint32_t kRangeLen = 0x42AEAC50;  // |x| < 87.33654785: normal results
 
   [[gnu::always_inline]] static simd::vf main(simd::vf x) {
-    return on_double_lanes(x, [](simd::vd d) { return exp_core::main(d); });
+    return on_double_lanes(x, [](simd::vd d) __attribute__((always_inline)) {
+      return exp_core::main_single(d);
+    });
   }
 
   // _ScalarExp

@@ -24,7 +24,9 @@ struct LogKernel {
       Decimal ? (kDouble ? "vdLog10" : "vsLog10") : (kDouble ? "vdLn" : "vsLn");
 
   [[gnu::always_inline]] static V main(V x) {
-    return on_double_lanes(x, [](simd::vd d) { return ln_core::main<Decimal>(d); });
+    return on_double_lanes(x, [](simd::vd d) __attribute__((always_inline)) {
+      return ln_core::main<Decimal>(d);
+    });
   }
 
   static void rare(E x, int i, const E *a, E *y) {
