@@ -83,7 +83,7 @@ template <class In, void (*K)(int, const float *, float *)>
 void BM_hpk_s(benchmark::State &st) {
   const int n = int(st.range(0));
   std::vector<float> a(n), y(n);
-  for (int i = 0; i < n; ++i) a[i] = float(In::at(i) / 8.0);
+  for (int i = 0; i < n; ++i) a[i] = float(In::at(i) / 8.1);  // within the single main route
   for (auto _ : st) {
     K(n, a.data(), y.data());
     benchmark::ClobberMemory();
@@ -95,7 +95,7 @@ template <class In, float (*F)(float)>
 void BM_glibc_s(benchmark::State &st) {
   const int n = int(st.range(0));
   std::vector<float> a(n), y(n);
-  for (int i = 0; i < n; ++i) a[i] = float(In::at(i) / 8.0);
+  for (int i = 0; i < n; ++i) a[i] = float(In::at(i) / 8.1);  // within the single main route
   for (auto _ : st) {
     for (int i = 0; i < n; ++i) y[i] = F(a[i]);
     benchmark::ClobberMemory();

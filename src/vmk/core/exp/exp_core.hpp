@@ -85,38 +85,41 @@ extern const ExpConstants kExpConstants;
   return (vd)((vul)q.v + ((q.t_bits >> 6) << 52));
 }
 
-// The single route, in double lanes with the float table: a shorter reduction and polynomial
-// than the double route, enough for a single result.
-//   t = x * 128/ln 2 + s_dwRS, kd = t - s_dwRS, r = x - kd * (ln 2 / 128)   (|r| <= 2^-8.5;
-//   the product's rounding is below 2^-46 relative to e^x), j = k mod 128, m = k >> 7,
-//   T = hi + lo from exp2f_table (exact in double, within 2^-48 of 2^(j/128)),
-//   v = T + T * (r + r^2 (1/2 + r/6))    (truncation below 2^-38),
-//   result = v * 2^m by adding m to the exponent field (normal in double for |x| < 88.8),
-// so the single result is the exact value rounded once, plus under 2^-13 ulp.
+// The single route, four lanes of single arithmetic with the float table:
+//   t = x * 128/ln 2 + 1.5 * 2^23 (k in t's low bits), kd = t - 1.5 * 2^23,
+//   r = (x - kd * L1) - kd * L2, L1 = ln 2 / 128 to 10 bits (kd * L1 and the difference are
+//   exact for |k| <= 16128), L1 + L2 within 2^-38 of ln 2 / 128; |r| <= 2^-8.5,
+//   j = k mod 128, m = k >> 7, (T, Tl) = exp2f_table[j] (T + Tl within 2^-48 of 2^(j/128)),
+//   p = r + r^2 (1/2 + r/6)                 (truncation below 2^-38 relative),
+//   v = T + (Tl + T p), result = v * 2^m by adding m to the exponent field.
+// Over the main route (|x| <= 87.33654, so x > -126 ln 2) v lies in (1, 2) when m = -126 and
+// the result is normal. The rounded terms are at most 2^-8 of the result, so the error is the
+// last addition's half ulp plus about 2^-8 ulp.
 struct alignas(16) ExpSingleConstants {
-  vd inv_ln, rs, ln, half, sixth;
+  simd::vf inv_ln, rs, l1, l2, half, sixth;
 };
 extern const ExpSingleConstants kExpSingleConstants;
 
-[[gnu::always_inline]] inline vd main_single(vd x) {
+[[gnu::always_inline]] inline simd::vf main_single(simd::vf x) {
+  using simd::vf;
   const ExpSingleConstants *cp = &kExpSingleConstants;
   __asm__ volatile("" : "+r"(cp));
   const ExpSingleConstants &c = *cp;
-  const vd t = x * c.inv_ln + c.rs;
-  const vd kd = t - c.rs;
-  const vd r = x - kd * c.ln;
-  const vul tb = (vul)t;
-  const __m128i off = _mm_slli_epi32(_mm_and_si128((__m128i)tb, _mm_set1_epi32(127)), 3);
+  const vf t = x * c.inv_ln + c.rs;
+  const vf kd = t - c.rs;
+  const vf r = (x - kd * c.l1) - kd * c.l2;
+  const __m128i tb = (__m128i)t;
+  const __m128i off = _mm_slli_epi32(_mm_and_si128(tb, _mm_set1_epi32(127)), 3);
   const char *base = reinterpret_cast<const char *>(exp_tables::exp2f_table);
-  // rows (hi0, lo0, hi1, lo1) as floats, widened to (hi0, hi1) and (lo0, lo1)
-  const __m128 rows = _mm_loadh_pi(
-      _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0)))),
-      reinterpret_cast<const __m64 *>(base + _mm_extract_epi16(off, 4)));
-  const vd T = (vd)_mm_cvtps_pd(_mm_shuffle_ps(rows, rows, _MM_SHUFFLE(3, 1, 2, 0))) +
-               (vd)_mm_cvtps_pd(_mm_shuffle_ps(rows, rows, _MM_SHUFFLE(2, 0, 3, 1)));
-  const vd p = r + (r * r) * (c.half + r * c.sixth);
-  const vd v = T + T * p;
-  return (vd)((vul)v + ((tb >> 7) << 52));
+  auto row = [&](int w) { return reinterpret_cast<const __m64 *>(base + _mm_extract_epi16(off, w)); };
+  // rows (hi0, lo0, hi1, lo1) and (hi2, lo2, hi3, lo3), then split into hi and lo lanes
+  const __m128 r01 = _mm_loadh_pi(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(row(0)))), row(2));
+  const __m128 r23 = _mm_loadh_pi(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(row(4)))), row(6));
+  const vf T = (vf)_mm_shuffle_ps(r01, r23, _MM_SHUFFLE(2, 0, 2, 0));
+  const vf Tl = (vf)_mm_shuffle_ps(r01, r23, _MM_SHUFFLE(3, 1, 3, 1));
+  const vf p = r + (r * r) * (c.half + r * c.sixth);
+  const vf v = T + (Tl + T * p);
+  return (vf)((simd::vi)v + ((simd::vi)(_mm_srai_epi32(tb, 7)) << 23));
 }
 
 // The full scalar exponential (no status): the rare-path table of the double kernel.
