@@ -46,9 +46,8 @@ inline constexpr uint64_t kFraction = 0x000FFFFFFFFFFFFFull;
 inline constexpr uint64_t kOneExp = 0x3FF0000000000000ull;
 inline constexpr uint64_t dbYHiMask = 0x7FFFFFFF00000000ull;
 inline constexpr uint64_t dbNSub = 0x3FE7FC0000000000ull;  // 0.74951171875
-inline constexpr uint64_t kNBias = 0x00180400;  // 2^30 - top word of dbNSub: N + 1024 >= 0
 inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;  // 26 fraction bits
-inline constexpr uint32_t kNSubTop = 0x3FE7FC00;
+inline constexpr uint32_t kNSubTop = uint32_t(dbNSub >> 32);
 inline constexpr double db2pow20p2pow19 = 0x1.8p20;
 inline constexpr uint64_t kShifterTop = 0x41380000ull - 1024;  // absorbs the +1024 above
 
