@@ -103,6 +103,7 @@ void BM_glibc_s(benchmark::State &st) {
   st.SetItemsProcessed(st.iterations() * n);
 }
 float glibc_expf(float x) { return std::exp(x); }
+float glibc_logf(float x) { return std::log(x); }
 
 BENCHMARK(BM_hpk<ExpInput, _vmkdExp_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_glibc<ExpInput, glibc_exp>) EXPLOG_SIZES;
@@ -113,6 +114,8 @@ BENCHMARK(BM_vec2<LnInput, mvec_log>) EXPLOG_SIZES;
 BENCHMARK(BM_hpk<LnInput, _vmkdLog10_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_hpk_s<ExpInput, _vmksExp_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_glibc_s<ExpInput, glibc_expf>) EXPLOG_SIZES;
+BENCHMARK(BM_hpk_s<LnInput, _vmksLn_HA>) EXPLOG_SIZES;
+BENCHMARK(BM_glibc_s<LnInput, glibc_logf>) EXPLOG_SIZES;
 #ifdef HPK_HAVE_SLEEF
 BENCHMARK(BM_vec2<ExpInput, sleef_exp>) EXPLOG_SIZES;
 BENCHMARK(BM_vec2<LnInput, sleef_log>) EXPLOG_SIZES;

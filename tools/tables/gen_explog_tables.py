@@ -21,6 +21,10 @@ to double exactly through Fractions (float() of a Fraction rounds correctly).
                                 rows serve x in [0.7495, 1) * 2^N with Y = 2 x 2^-N), split as
                                 T_hi, a multiple of 2^-42 (ln) or 2^-43 (log10) so that
                                 N * Ln2hi + T_hi is exact, and T_lo = T - T_hi rounded.
+  BT_Tbl_LnSingle      65 rows of two doubles for the single kernels, row i centred on
+                       c = 1 + i/64: rcp = 1/c rounded to double, T = -ln(rcp) for rows 0..31
+                       and -ln(2 rcp) for rows 32..64 (the exponent counted from 0.74609375),
+                       so rows 0 and 64 hold exactly 0 (1040 bytes)
   dbLg2hi/lo           log10(2) split on the 2^-43 grid (42 significant bits).
   Log10 polynomial     R * (P0 + P1 R + ... + P4 R^4) ~ log10(1 + R) - dbC R on |R| <= 2^-10,
                        interpolated at the Chebyshev nodes of h(R) = (log10(1+R) - dbC R) / R
@@ -192,6 +196,13 @@ def main():
                "rcp, spare, T_hi (2^-42 grid), T_lo")
     ln += [""] + rows("BT_Tbl_Log10", "double", log_table(mpmath.log10, -43), 4,
                       "rcp, spare, T_hi (2^-43 grid), T_lo; decimal logarithms")
+    single = []
+    for i in range(65):
+        c = 1 + Fraction(i, 64)
+        rcp = Fraction(float(1 / c))
+        t = -mpmath.log(mpmath.mpf((2 if i >= 32 else 1) * rcp.numerator) / rcp.denominator)
+        single += [float(rcp), float(frac(t)) if t != 0 else 0.0]
+    ln += [""] + rows("BT_Tbl_LnSingle", "double", single, 2, "rcp, T = -ln(rcp) or -ln(2 rcp)")
     ln += ["", f"inline constexpr double dbLg2hi = {hx(lg2hi)};",
            f"inline constexpr double dbLg2lo = {hx(lg2lo)};",
            f"// log10(1+R) ~ dbC R + R (P0 + ... + P4 R^4) on |R| <= 2^-10; relative error of the",

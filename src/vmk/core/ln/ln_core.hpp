@@ -138,6 +138,46 @@ template <bool Decimal>
   }
 }
 
+// The single route, in double lanes (single inputs, denormals included, are normal doubles):
+//   row  = (((top & 0xFE000) + 0x2000) & 0x1FC000) >> 14, the top 7 fraction bits of Y rounded
+//          to 6 bits (0..64), (rcp, T) = BT_Tbl_LnSingle[row] (1040 bytes)
+//   N    = (top - 0x3FE7E000) >> 20, the exponent counted from 0.74609375, where rows 32..64
+//          begin, so x near 1 has N = 0 and a table value of 0 (rows 0 and 64)
+//   R    = Y * rcp - 1 (|R| <= 2^-7; exact in rows 0 and 64)
+//   ln x = (N ln 2 + T) + R + R^2 (-1/2 + R (1/3 + R (-1/4 + R / 5)))   (truncation < 2^-37)
+//   log10 x = ln x * (1/ln 10)
+// The double result is within 2^-48 of the value, so the single rounding is correct but for
+// the rare value within 2^-24 ulp of a half-way point.
+struct alignas(16) LogSingleConstants {
+  vul fraction, one_exp;
+  simd::vi nsub_top, row_mask1, row_round, row_mask2;
+  vd one, ln2, q2, q3, q4, q5, inv_ln10;
+};
+extern const LogSingleConstants kLogSingleConstants;
+
+template <bool Decimal>
+[[gnu::always_inline]] inline vd main_single(vd x) {
+  const LogSingleConstants *cp = &kLogSingleConstants;
+  __asm__ volatile("" : "+r"(cp));
+  const LogSingleConstants &c = *cp;
+  const vul ux = (vul)x;
+  const vd Y = (vd)((ux & c.fraction) | c.one_exp);
+  const __m128i top = _mm_shuffle_epi32((__m128i)x, _MM_SHUFFLE(3, 1, 3, 1));
+  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nsub_top), 20));
+  const __m128i off = _mm_srli_epi32(
+      _mm_and_si128(_mm_add_epi32(_mm_and_si128(top, (__m128i)c.row_mask1), (__m128i)c.row_round),
+                    (__m128i)c.row_mask2),
+      14 - 4);  // row * 16 bytes
+  const char *base = reinterpret_cast<const char *>(ln_tables::BT_Tbl_LnSingle);
+  const __m128d a0 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0)));
+  const __m128d a1 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 2)));
+  const vd rcp = (vd)_mm_unpacklo_pd(a0, a1), T = (vd)_mm_unpackhi_pd(a0, a1);
+  const vd R = Y * rcp - c.one;
+  const vd lnx = (N * c.ln2 + T) + (R + (R * R) * (c.q2 + R * (c.q3 + R * (c.q4 + R * c.q5))));
+  if constexpr (Decimal) return lnx * c.inv_ln10;
+  else return lnx;
+}
+
 // The rare-path table (_dLn_Scalar, _dLg_Scalar) for all inputs outside the positive normal
 // range, status in `status`:
 //   +-0 -> -inf, 2;   negative non-zero or -inf -> the default NaN, 1;
