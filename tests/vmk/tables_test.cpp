@@ -133,7 +133,7 @@ TEST(Isa, NoInstructionBeyondSse2) {
   static const char *const kBeyond[] = {
       "addsubp", "haddp", "hsubp", "lddqu", "movddup", "movshdup", "movsldup",         // SSE3
       "pshufb", "phadd", "phsub", "pmaddubsw", "pmulhrsw", "psign", "pabs", "palignr", // SSSE3
-      "blendp", "blendvp", "pblend", "dpp", "insertps", "extractps", "pextr", "pinsr",
+      "blendp", "blendvp", "pblend", "dpp", "insertps", "extractps", "pextrb", "pextrd", "pextrq", "pinsrb", "pinsrd", "pinsrq",
       "pmaxsb", "pmaxsd", "pmaxuw", "pmaxud", "pminsb", "pminsd", "pminuw", "pminud", "pmuldq", "pmulld", "ptest", "roundp", "rounds",
       "pmovsx", "pmovzx", "packusdw", "pcmpeqq", "pcmpgtq", "phminposuw", "mpsadbw",
       "movntdqa", "pcmpestr", "pcmpistr", "crc32", "popcnt", "lzcnt", "tzcnt", "bextr",
