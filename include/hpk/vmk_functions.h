@@ -41,8 +41,8 @@
   X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
-  X(s, Expm1, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
-  X(d, Expm1, ONE, HAynn, HAynn, HAynn, 30.0f, 30.0f, 30.0f)                          \
+  X(s, Expm1, ONE, HAynn, HAynn, HAynn, 70.0f, 70.0f, 70.0f)                          \
+  X(d, Expm1, ONE, HAynn, HAynn, HAynn, 34.0f, 34.0f, 34.0f)                          \
   X(s, Floor, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                             \
   X(d, Floor, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                             \
   X(s, Hypot, TWO, HAynn, HAynn, HAynn, 6.40f, 6.40f, 6.40f)                          \
@@ -55,12 +55,12 @@
   X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 10.1f, 10.1f, 10.1f)                        \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
-  X(s, Ln, ONE, HAynn, HAynn, HAynn, 10.0f, 10.0f, 10.0f)                             \
+  X(s, Ln, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                             \
   X(d, Ln, ONE, HAynn, HAynn, HAynn, 29.75f, 29.75f, 29.75f)                          \
-  X(s, Log10, ONE, HAynn, HAynn, HAynn, 10.5f, 10.5f, 10.5f)                          \
-  X(d, Log10, ONE, HAynn, HAynn, HAynn, 31.0f, 31.0f, 31.0f)                          \
-  X(s, Log1p, ONE, HAynn, HAynn, HAynn, 16.0f, 16.0f, 16.0f)                          \
-  X(d, Log1p, ONE, HAynn, HAynn, HAynn, 34.0f, 34.0f, 34.0f)                          \
+  X(s, Log10, ONE, HAynn, HAynn, HAynn, 23.0f, 23.0f, 23.0f)                          \
+  X(d, Log10, ONE, HAynn, HAynn, HAynn, 37.0f, 37.0f, 37.0f)                          \
+  X(s, Log1p, ONE, HAynn, HAynn, HAynn, 59.0f, 59.0f, 59.0f)                          \
+  X(d, Log1p, ONE, HAynn, HAynn, HAynn, 57.0f, 57.0f, 57.0f)                          \
   X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
   X(d, Modf, TWO_OUT, HAynn, HAynn, HAynn, 7.2f, 7.2f, 7.2f)                          \
   X(s, Mul, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
