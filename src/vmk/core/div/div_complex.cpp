@@ -52,12 +52,6 @@ using namespace lanes;
   return add_tail(q, rem * inv);
 }
 
-inline vd tiny_not_zero(vd x) {
-  const __m128d ax = (__m128d)simd::andnot_bits(simd::splat(-0.0), x);
-  return (vd)_mm_and_pd(_mm_cmplt_pd(ax, (__m128d)simd::splat(0x1p-960)),
-                        _mm_cmpneq_pd(ax, _mm_setzero_pd()));
-}
-
 struct DoubleDiv {
   using C = hpk_complex16;
   static constexpr int kElems = 2;

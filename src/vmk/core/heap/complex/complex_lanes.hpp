@@ -96,6 +96,25 @@ inline vdd dd_add(const vdd &u, const vdd &v) {
 }
 inline vdd dd_sub(const vdd &u, const vdd &v) { return dd_add(u, {-v.hi, -v.lo}); }
 
+// Bit e set when element e of a pair has a part of magnitude 2^500 or more, infinity or NaN:
+// by the top words of the parts alone (their high 32 bits, gathered in one register, sign
+// cleared, compared as signed integers).
+inline int huge_parts(const Z2 &v) {
+  const __m128i top = _mm_and_si128(
+      _mm_castps_si128(_mm_shuffle_ps(_mm_castpd_ps((__m128d)v.re), _mm_castpd_ps((__m128d)v.im),
+                                      _MM_SHUFFLE(3, 1, 3, 1))),
+      _mm_set1_epi32(0x7FFFFFFF));
+  const int m = _mm_movemask_ps(_mm_castsi128_ps(_mm_cmpgt_epi32(top, _mm_set1_epi32(0x5F2FFFFF))));
+  return (m | m >> 2) & 3;  // lanes: re0, re1, im0, im1
+}
+
+// All ones in the lanes whose value is not zero and below 2^-960 in magnitude.
+inline vd tiny_not_zero(vd x) {
+  const __m128d ax = (__m128d)simd::andnot_bits(simd::splat(-0.0), x);
+  return (vd)_mm_and_pd(_mm_cmplt_pd(ax, (__m128d)simd::splat(0x1p-960)),
+                        _mm_cmpneq_pd(ax, _mm_setzero_pd()));
+}
+
 // All ones in the lanes outside {0} U [2^-450, 2^500) in magnitude, NaN included: there the
 // double-double products could overflow or lose their low parts.
 inline vd outside_main_range(vd x) {
