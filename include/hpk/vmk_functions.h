@@ -23,6 +23,8 @@
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                              \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 7.0f, 7.0f, 7.0f)                              \
+  X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
+  X(d, Cos, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.3f, 1.3f, 1.3f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.5f, 3.5f, 3.5f)                               \
   X(s, Hypot, TWO, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                             \
@@ -49,12 +51,18 @@
   X(d, PackV, PACK_V, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
   X(c, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
   X(z, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
+  X(s, Sin, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
+  X(d, Sin, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
+  X(s, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 16.0f, 16.0f, 16.0f)                     \
+  X(d, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 36.0f, 36.0f, 36.0f)                     \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                               \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 2.0f, 2.0f, 2.0f)                              \
   X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                              \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(s, Tan, ONE, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                            \
+  X(d, Tan, ONE, HAynn, HAynn, HAynn, 45.0f, 45.0f, 45.0f)                            \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                        \
   X(d, UnpackI, PACK_I, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                        \
   X(c, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)               \

@@ -21,6 +21,9 @@ int ref_inv(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_ui_div(r, 1, 
 int ref_sqrt(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_sqrt(r, a, m); }
 int ref_invsqrt(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_rec_sqrt(r, a, m); }
 int ref_cbrt(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_cbrt(r, a, m); }
+int ref_sin(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_sin(r, a, m); }
+int ref_cos(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_cos(r, a, m); }
+int ref_tan(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_tan(r, a, m); }
 // At the oracle's 256 bits the two roundings are far below a double's ulp.
 int ref_invcbrt(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) {
   mpfr_cbrt(r, a, m);
@@ -48,6 +51,12 @@ float sqrt_s(float a) { return std::sqrt(a); }
 double invsqrt_d(double a) { return 1.0 / std::sqrt(a); }
 float invsqrt_s(float a) { return 1.0f / std::sqrt(a); }
 double cbrt_d(double a) { return std::cbrt(a); }
+double sin_d(double a) { return std::sin(a); }
+float sin_s(float a) { return std::sin(a); }
+double cos_d(double a) { return std::cos(a); }
+float cos_s(float a) { return std::cos(a); }
+double tan_d(double a) { return std::tan(a); }
+float tan_s(float a) { return std::tan(a); }
 float cbrt_s(float a) { return std::cbrt(a); }
 double invcbrt_d(double a) { return 1.0 / std::cbrt(a); }
 float invcbrt_s(float a) { return 1.0f / std::cbrt(a); }
@@ -62,6 +71,13 @@ constexpr float kTrueMinF = std::numeric_limits<float>::denorm_min();
 
 const std::vector<double> kSpecialsD = {0.0, -0.0, 1.0, -1.0, kTrueMinD, kMinD, kMaxD, -kMaxD,
                                         kInf, -kInf, 0x1p500, 0x1p-450, 0x1.fffffffffffffp499};
+// Trigonometric arguments: the route switches (90112, 2^17, 2^23, 2^30), the largest doubles,
+// and huge values where only a correct reduction gets the value right.
+const std::vector<double> kTrigSpecialsD = {0.0, -0.0, kTrueMinD, kMinD, 0x1p-300, 90111.0, 90112.0,
+                                            0x1p17, 0x1p23, 0x1p30, 0x1.fffffffffffffp29, 1e22, 1e300,
+                                            kMaxD, -kMaxD, kInf, -kInf, 0x1.921fb54442d18p0};
+const std::vector<double> kTrigSpecialsS = {0.0, -0.0, kTrueMinF, kMinF, 90111.0, 90112.0, 0x1p17,
+                                            0x1p30, kMaxF, -kMaxF, kInf, -kInf, 0x1.921fb6p0};
 const std::vector<double> kSpecialsS = {0.0, -0.0, 1.0, -1.0, kTrueMinF, kMinF, kMaxF, -kMaxF,
                                         kInf, -kInf};
 
@@ -73,6 +89,8 @@ std::vector<Case> make_cases() {
   const Range unit{0.5, 2.0, true};
   const Range half_d{0x1p-511, 0x1p511, true};  // products stay in range
   const Range half_s{0x1p-63, 0x1p63, true};
+  const Range common_trig{0x1p-8, 0x1p4, true};
+  const Range main_trig{0x1p-30, 90112.0, true};
   return {
       {"sAbs", 's', 1, k(_vmksAbs_HA), ref_abs, nullptr, {whole_s}, kSpecialsS, 0.0, "fabsf", k(fabs_s)},
       {"dAbs", 'd', 1, k(_vmkdAbs_HA), ref_abs, nullptr, {whole_d}, kSpecialsD, 0.0, "fabs", k(fabs_d)},
@@ -80,6 +98,8 @@ std::vector<Case> make_cases() {
       {"dAdd", 'd', 2, k(_vmkdAdd_HA), nullptr, ref_add, {whole_d, unit}, kSpecialsD, 0.5, "a+b", k(add_d)},
       {"sCbrt", 's', 1, k(_vmksCbrt_HA), ref_cbrt, nullptr, {whole_s, unit}, kSpecialsS, 1.0, "cbrtf", k(cbrt_s)},
       {"dCbrt", 'd', 1, k(_vmkdCbrt_HA), ref_cbrt, nullptr, {whole_d, unit}, kSpecialsD, 1.0, "cbrt", k(cbrt_d)},
+      {"sCos", 's', 1, k(_vmksCos_HA), ref_cos, nullptr, {whole_s, common_trig, main_trig}, kTrigSpecialsS, 1.0, "cosf", k(cos_s)},
+      {"dCos", 'd', 1, k(_vmkdCos_HA), ref_cos, nullptr, {whole_d, common_trig, main_trig}, kTrigSpecialsD, 1.0, "cos", k(cos_d)},
       {"sDiv", 's', 2, k(_vmksDiv_HA), nullptr, ref_div, {half_s, unit}, kSpecialsS, 0.5, "a/b", k(div_s)},
       {"dDiv", 'd', 2, k(_vmkdDiv_HA), nullptr, ref_div, {half_d, unit}, kSpecialsD, 0.5, "a/b", k(div_d)},
       {"sHypot", 's', 2, k(_vmksHypot_HA), nullptr, ref_hypot, {whole_s, unit, half_s}, kSpecialsS, 1.0, "hypotf", k(hypot_s)},
@@ -92,12 +112,16 @@ std::vector<Case> make_cases() {
       {"dInvSqrt", 'd', 1, k(_vmkdInvSqrt_HA), ref_invsqrt, nullptr, {whole_d, unit}, kSpecialsD, 1.0, "1/sqrt", k(invsqrt_d)},
       {"sMul", 's', 2, k(_vmksMul_HA), nullptr, ref_mul, {half_s, unit}, kSpecialsS, 0.5, "a*b", k(mul_s)},
       {"dMul", 'd', 2, k(_vmkdMul_HA), nullptr, ref_mul, {half_d, unit}, kSpecialsD, 0.5, "a*b", k(mul_d)},
+      {"sSin", 's', 1, k(_vmksSin_HA), ref_sin, nullptr, {whole_s, common_trig, main_trig}, kTrigSpecialsS, 1.0, "sinf", k(sin_s)},
+      {"dSin", 'd', 1, k(_vmkdSin_HA), ref_sin, nullptr, {whole_d, common_trig, main_trig}, kTrigSpecialsD, 1.0, "sin", k(sin_d)},
       {"sSqr", 's', 1, k(_vmksSqr_HA), ref_sqr, nullptr, {half_s}, kSpecialsS, 0.5, "a*a", k(sqr_s)},
       {"dSqr", 'd', 1, k(_vmkdSqr_HA), ref_sqr, nullptr, {half_d}, kSpecialsD, 0.5, "a*a", k(sqr_d)},
       {"sSqrt", 's', 1, k(_vmksSqrt_HA), ref_sqrt, nullptr, {whole_s, unit}, kSpecialsS, 1.0, "sqrtf", k(sqrt_s)},
       {"dSqrt", 'd', 1, k(_vmkdSqrt_HA), ref_sqrt, nullptr, {whole_d, unit}, kSpecialsD, 1.0, "sqrt", k(sqrt_d)},
       {"sSub", 's', 2, k(_vmksSub_HA), nullptr, ref_sub, {whole_s, unit}, kSpecialsS, 0.5, "a-b", k(sub_s)},
       {"dSub", 'd', 2, k(_vmkdSub_HA), nullptr, ref_sub, {whole_d, unit}, kSpecialsD, 0.5, "a-b", k(sub_d)},
+      {"sTan", 's', 1, k(_vmksTan_HA), ref_tan, nullptr, {whole_s, common_trig, main_trig}, kTrigSpecialsS, 1.0, "tanf", k(tan_s)},
+      {"dTan", 'd', 1, k(_vmkdTan_HA), ref_tan, nullptr, {whole_d, common_trig, main_trig}, kTrigSpecialsD, 1.0, "tan", k(tan_d)},
   };
 }
 

@@ -1,0 +1,229 @@
+// Sin, Cos, Tan, SinCos in s and d, and their scalar reduced-path routines.
+//
+// Packed route: |x| in [2^-252, 90112), the steps of trig_core.hpp straight on x. The single
+// kernels widen to double, take the same route and round once.
+// Scalar route (every input is correct there, the packed route's out-of-range elements come
+// here):
+//   NaN or infinity   x - x; an infinity raises status 1, a NaN nothing. The single SinCos
+//                     stores the pattern 0xFFC00000 in both arrays on an infinity.
+//   |x| < 2^-252      sine and tangent: a zero stays, another x gives (x 2^55 - x) 2^-55,
+//                     which is x and raises inexact; cosine: 1 - |x|.
+//   |x| >= 2^17       reduce_pio2d gives q quadrants and a pair hi + lo; the row offset is 16 q.
+//   otherwise         the pair (x, 0) with q = 0.
+#include <cstdint>
+#include <cstring>
+
+#include "hpk/vmk.h"
+#include "vmk/core/sin/trig_core.hpp"
+#include "vmk/frame/control.hpp"
+#include "vmk/frame/packed_pass.hpp"
+#include "vmk/frame/packed_pass_two_out.hpp"
+#include "vmk/service/error.hpp"
+#include "vmk/service/thread_state.hpp"
+
+namespace hpk::vmk {
+namespace {
+
+using simd::vd;
+using simd::vf;
+
+enum class Fn { kSin, kCos, kTan };
+
+template <Fn F>
+inline double finite_eval(double x, uint32_t e) {
+  double hi = x, lo = 0.0;
+  int off = F == Fn::kCos ? 16 : 0;
+  if (e >= trig::kReduceExp) off += 16 * trig::reduce_pio2(x, hi, lo);
+  if constexpr (F == Fn::kTan) return trig::tan_eval(hi, lo, off);
+  else return trig::sin_eval(hi, lo, off);
+}
+
+template <Fn F>
+inline double tiny_eval(double x) {
+  if constexpr (F == Fn::kCos) return 1.0 - __builtin_fabs(x);
+  else return x == 0.0 ? x : (x * 0x1p55 - x) * 0x1p-55;
+}
+
+// The scalar routine of one function, for both element types: the single one widens, runs the
+// double steps and rounds once.
+template <Fn F, class T>
+void scalar_route(int i, const T *a, T *y, const char *name) {
+  const double x = a[i];
+  const uint32_t e = uint32_t(simd::bits(x) >> 52) & 0x7FF;
+  if (e == 0x7FF) {
+    y[i] = a[i] - a[i];
+    if (x == x) report_error<T>(kStatusDomain, i, a, a, y, y, name);
+    return;
+  }
+  y[i] = T(e < trig::kTinyExp ? tiny_eval<F>(x) : finite_eval<F>(x, e));
+}
+
+template <class T>
+void sincos_route(int i, const T *a, T *y, T *z, const char *name) {
+  const double x = a[i];
+  const uint32_t e = uint32_t(simd::bits(x) >> 52) & 0x7FF;
+  if (e == 0x7FF) {
+    if constexpr (sizeof(T) == 4) {
+      if (x == x) {
+        const float nan = simd::from_bits(uint32_t(0xFFC00000u));
+        y[i] = nan;
+        z[i] = nan;
+        report_error<T>(kStatusDomain, i, a, a, y, z, name);
+        return;
+      }
+    }
+    const T d = a[i] - a[i];
+    y[i] = d;
+    z[i] = d;
+    if (x == x) report_error<T>(kStatusDomain, i, a, a, y, z, name);
+    return;
+  }
+  if (e < trig::kTinyExp) {
+    y[i] = T(tiny_eval<Fn::kSin>(x));
+    z[i] = T(tiny_eval<Fn::kCos>(x));
+    return;
+  }
+  double hi = x, lo = 0.0, s, c;
+  int off = 0;
+  if (e >= trig::kReduceExp) off = 16 * trig::reduce_pio2(x, hi, lo);
+  trig::sincos_eval(hi, lo, off, s, c);
+  y[i] = T(s);
+  z[i] = T(c);
+}
+
+template <class T>
+struct TrigRange {
+  static constexpr uint32_t kSignMask = 0x7FFFFFFF;
+  // Doubles: [2^-252, 90112). Singles: every non-zero value below 90112 (0x47B00000).
+  static constexpr uint32_t kRangeLo = sizeof(T) == 8 ? trig::kTinyTop : 1u;
+  static constexpr uint32_t kRangeLen = (sizeof(T) == 8 ? trig::kLargeTop : 0x47B00000u) - kRangeLo;
+};
+
+template <Fn F, class E>
+struct TrigKernel : TrigRange<E> {
+  using T = E;
+  using V = typename PassFormat<E>::V;
+  static constexpr const char *kName =
+      F == Fn::kSin ? (sizeof(E) == 8 ? "vdSin" : "vsSin")
+                    : F == Fn::kCos ? (sizeof(E) == 8 ? "vdCos" : "vsCos")
+                                    : (sizeof(E) == 8 ? "vdTan" : "vsTan");
+  static vd core(vd x) {
+    if constexpr (F == Fn::kTan) return trig::tan_eval(x, vd{}, 0);
+    else return trig::sin_eval(x, vd{}, F == Fn::kCos ? 16 : 0);
+  }
+  static V main(V x) { return on_double_lanes(x, [](vd v) { return core(v); }); }
+  static void rare(int i, const E *a, E *y) { scalar_route<F>(i, a, y, kName); }
+};
+
+template <class E>
+struct SinCosKernel : TrigRange<E> {
+  using T = E;
+  static constexpr const char *kName = sizeof(E) == 8 ? "vdSinCos" : "vsSinCos";
+  static void main2(vd x, vd &s, vd &c) { trig::sincos_eval(x, vd{}, 0, s, c); }
+  static void main2(vf x, vf &s, vf &c) {
+    const vd lo = (vd)_mm_cvtps_pd((__m128)x);
+    const vd hi = (vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
+    vd s0, c0, s1, c1;
+    trig::sincos_eval(lo, vd{}, 0, s0, c0);
+    trig::sincos_eval(hi, vd{}, 0, s1, c1);
+    s = (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)s0), _mm_cvtpd_ps((__m128d)s1));
+    c = (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)c0), _mm_cvtpd_ps((__m128d)c1));
+  }
+  static void rare(int i, const E *a, E *y, E *z) { sincos_route(i, a, y, z, kName); }
+};
+
+template <Fn F, class E>
+inline void run(int n, const E *a, E *y) {
+  if (n <= 0) return;
+  const SseControlScope control(current_mode());
+  packed_pass<TrigKernel<F, E>>(n, a, y);
+}
+
+template <class E>
+inline void run_sincos(int n, const E *a, E *y, E *z) {
+  if (n <= 0) return;
+  const SseControlScope control(current_mode());
+  packed_pass_two_out<SinCosKernel<E>>(n, a, y, z);
+}
+
+}  // namespace
+}  // namespace hpk::vmk
+
+using hpk::vmk::Fn;
+
+extern "C" {
+void hpk_vmk_kernel_dSin_EXHAynn(int n, const double *a, double *y) {
+  hpk::vmk::run<Fn::kSin>(n, a, y);
+}
+void hpk_vmk_kernel_sSin_EXHAynn(int n, const float *a, float *y) {
+  hpk::vmk::run<Fn::kSin>(n, a, y);
+}
+void hpk_vmk_kernel_dCos_EXHAynn(int n, const double *a, double *y) {
+  hpk::vmk::run<Fn::kCos>(n, a, y);
+}
+void hpk_vmk_kernel_sCos_EXHAynn(int n, const float *a, float *y) {
+  hpk::vmk::run<Fn::kCos>(n, a, y);
+}
+void hpk_vmk_kernel_dTan_EXHAynn(int n, const double *a, double *y) {
+  hpk::vmk::run<Fn::kTan>(n, a, y);
+}
+void hpk_vmk_kernel_sTan_EXHAynn(int n, const float *a, float *y) {
+  hpk::vmk::run<Fn::kTan>(n, a, y);
+}
+void hpk_vmk_kernel_dSinCos_EXHAynn(int n, const double *a, double *y, double *z) {
+  hpk::vmk::run_sincos(n, a, y, z);
+}
+void hpk_vmk_kernel_sSinCos_EXHAynn(int n, const float *a, float *y, float *z) {
+  hpk::vmk::run_sincos(n, a, y, z);
+}
+
+// Scalar reduced-path routines. They run under the caller's control state.
+void hpk_vmk_kernel_dSin_SC(int i, const double *a, double *y, const char *name) {
+  hpk::vmk::scalar_route<Fn::kSin>(i, a, y, name);
+}
+void hpk_vmk_kernel_dCos_SC(int i, const double *a, double *y, const char *name) {
+  hpk::vmk::scalar_route<Fn::kCos>(i, a, y, name);
+}
+void hpk_vmk_kernel_dTan_SC(int i, const double *a, double *y, const char *name) {
+  hpk::vmk::scalar_route<Fn::kTan>(i, a, y, name);
+}
+void hpk_vmk_kernel_dSinCos_SC(int i, const double *a, double *y, double *z, const char *name) {
+  hpk::vmk::sincos_route(i, a, y, z, name);
+}
+
+#define HPK_TRIG_D_FORWARD(F, lvl)                                                  \
+  void hpk_vmk_kernel_d##F##_SC_##lvl(int i, const double *a, double *y) {         \
+    hpk_vmk_kernel_d##F##_SC(i, a, y, "d" #F "_" #lvl);                             \
+  }
+#define HPK_TRIG_S_ROUTINE(F, lvl)                                                  \
+  void hpk_vmk_kernel_s##F##_SC_##lvl(int i, const float *a, float *y) {           \
+    hpk::vmk::scalar_route<hpk::vmk::Fn::k##F>(i, a, y, "s" #F "_" #lvl);          \
+  }
+#define HPK_TRIG_LEVELS(M, F) M(F, HA) M(F, LA) M(F, A11)
+
+HPK_TRIG_LEVELS(HPK_TRIG_D_FORWARD, Sin)
+HPK_TRIG_LEVELS(HPK_TRIG_D_FORWARD, Cos)
+HPK_TRIG_LEVELS(HPK_TRIG_D_FORWARD, Tan)
+HPK_TRIG_LEVELS(HPK_TRIG_S_ROUTINE, Sin)
+HPK_TRIG_LEVELS(HPK_TRIG_S_ROUTINE, Cos)
+HPK_TRIG_LEVELS(HPK_TRIG_S_ROUTINE, Tan)
+
+void hpk_vmk_kernel_dSinCos_SC_HA(int i, const double *a, double *y, double *z) {
+  hpk_vmk_kernel_dSinCos_SC(i, a, y, z, "dSinCos_HA");
+}
+void hpk_vmk_kernel_dSinCos_SC_LA(int i, const double *a, double *y, double *z) {
+  hpk_vmk_kernel_dSinCos_SC(i, a, y, z, "dSinCos_LA");
+}
+void hpk_vmk_kernel_dSinCos_SC_A11(int i, const double *a, double *y, double *z) {
+  hpk_vmk_kernel_dSinCos_SC(i, a, y, z, "dSinCos_A11");
+}
+void hpk_vmk_kernel_sSinCos_SC_HA(int i, const float *a, float *y, float *z) {
+  hpk::vmk::sincos_route(i, a, y, z, "sSinCos_HA");
+}
+void hpk_vmk_kernel_sSinCos_SC_LA(int i, const float *a, float *y, float *z) {
+  hpk::vmk::sincos_route(i, a, y, z, "sSinCos_LA");
+}
+void hpk_vmk_kernel_sSinCos_SC_A11(int i, const float *a, float *y, float *z) {
+  hpk::vmk::sincos_route(i, a, y, z, "sSinCos_A11");
+}
+}

@@ -1,0 +1,181 @@
+// The steps shared by the sine, cosine, tangent and sine-cosine kernels, written once for a
+// double (the scalar routines) and for a vector of two doubles (the packed routes), so that
+// both routes compute each element with the same operations in the same order.
+//
+// Reduction by pi/32 (x below 90112 in magnitude, or the pair hi + lo left by reduce_pio2d):
+//   t  = x * 32/pi + 1.5*2^52;   k = t - 1.5*2^52          (k = x*32/pi rounded to an integer)
+//   r1 = x - k*P1                                          exact: k*P1 is exact (|k| < 2^21,
+//                                                          P1 has 31 bits) and r1 is exact
+//   (r2, e2) = two_sum(r1, -(k*P2))                        k*P2 exact (P2 has 30 bits)
+//   (r,  e3) = two_sum(r2, -(k*P3))                        k*P3 rounded: error below 2^-125
+//   c  = (e3 + e2) + lo                                    the correction term
+// P1 + P2 + P3 is pi/32 within 2^-126.9, so r + c is x - k pi/32 within about 2^-104 for the
+// largest k. The row j = (k + off) mod 64 (off = 16q for a quadrant count q, plus 16 for the
+// cosine) gives Sh, Sl, Ch, Cl = sin, cos of j pi/32 in two parts each; since the table holds
+// a whole circle, no sign or quadrant logic is needed.
+//
+// Sine from the row, with S(r) = r^2 (S1 + r^2 (S2 + r^2 (S3 + r^2 S4))) and
+// C(r) = r^2 (C1 + r^2 (C2 + r^2 (C3 + r^2 C4))) (Taylor coefficients of sin and cos):
+//   small = ((Cl*r + Ch*c) + Sl) + (Ch*r)*S(r) + Sh*C(r)    left to right, small to large
+//   sin   = Sh + (Ch*r + small)
+// |r| <= pi/64 (a little more after reduce_pio2d), where the first neglected Taylor term is
+// below 2^-70 relative.
+//
+// Tangent: the same sine and cosine, each as a renormalised double-double (Ch*r exact), then a
+// quotient with one correction step: t = s/c, t + ((s - t*c) + s_lo - t*c_lo) / c.
+#pragma once
+
+#include <emmintrin.h>
+
+#include <cstdint>
+
+#include "vmk/core/sin/trig_tables.hpp"
+#include "vmk/simd/vec.hpp"
+
+namespace hpk::vmk::trig {
+
+inline constexpr double db32DivPi = 0x1.45f306dc9c883p+3;  // 10.185916357881302
+inline constexpr double dbSh = 0x1.8p+52;                   // 6755399441055744
+inline constexpr double dbP1 = 0x1.921fb54400000p-4;        // 0x3FB921FB54400000
+inline constexpr double dbP2 = 0x1.0b4611a600000p-38;       // 0x3D90B4611A600000
+inline constexpr double dbP3 = 0x1.3198a2e037073p-73;       // 0x3B63198A2E037073
+inline constexpr double dbS1 = -0x1.5555555555555p-3;       // -1/6
+inline constexpr double dbS2 = 0x1.1111111111111p-7;        // 1/120
+inline constexpr double dbS3 = -0x1.a01a01a01a01ap-13;      // -1/5040
+inline constexpr double dbS4 = 0x1.71de3a556c734p-19;       // 1/362880
+inline constexpr double dbC1 = -0x1p-1;                     // -1/2
+inline constexpr double dbC2 = 0x1.5555555555555p-5;        // 1/24
+inline constexpr double dbC3 = -0x1.6c16c16c16c17p-10;      // -1/720
+inline constexpr double dbC4 = 0x1.a01a01a01a01ap-16;       // 1/40320
+
+// Top words (sign cleared) bounding the packed route: tiny arguments and zeros take the
+// scalar route too, which keeps the sign of a zero and the tiny-argument rules.
+inline constexpr uint32_t kTinyTop = 0x30300000;   // 2^-252
+inline constexpr uint32_t kLargeTop = 0x40F60000;  // 90112
+inline constexpr uint32_t kReduceExp = 0x410;      // 2^17: reduce_pio2d from here on
+inline constexpr uint32_t kTinyExp = 0x303;
+
+using simd::vd;
+
+template <class V>
+struct Row {
+  V sh, sl, ch, cl;
+};
+
+inline Row<double> row(double t, int off) {
+  const int j = (int(uint32_t(simd::bits(t))) + off) & 63;
+  const double *p = trig_tables::kSinCosTbl[j];
+  return {p[0], p[1], p[2], p[3]};
+}
+
+inline Row<vd> row(vd t, int off) {
+  const __m128i b = _mm_castpd_si128((__m128d)t);
+  const int j0 = (_mm_cvtsi128_si32(b) + off) & 63;
+  const int j1 = (_mm_cvtsi128_si32(_mm_shuffle_epi32(b, 2)) + off) & 63;
+  const double *p0 = trig_tables::kSinCosTbl[j0], *p1 = trig_tables::kSinCosTbl[j1];
+  const __m128d a0 = _mm_load_pd(p0), a1 = _mm_load_pd(p1);
+  const __m128d b0 = _mm_load_pd(p0 + 2), b1 = _mm_load_pd(p1 + 2);
+  return {(vd)_mm_unpacklo_pd(a0, a1), (vd)_mm_unpackhi_pd(a0, a1), (vd)_mm_unpacklo_pd(b0, b1),
+          (vd)_mm_unpackhi_pd(b0, b1)};
+}
+
+template <class V>
+struct Arg {
+  V t;  // the shifted k: its low word holds k
+  V r, c;
+};
+
+template <class V>
+inline Arg<V> reduce_pio32(V x, V lo) {
+  const V t = x * db32DivPi + dbSh;
+  const V k = t - dbSh;
+  const V r1 = x - k * dbP1;
+  const auto s2 = simd::two_sum(r1, -(k * dbP2));
+  const auto s3 = simd::two_sum(s2.hi, -(k * dbP3));
+  return {t, s3.hi, (s3.lo + s2.lo) + lo};
+}
+
+template <class V>
+inline V poly_s(V r2) {
+  return r2 * (dbS1 + r2 * (dbS2 + r2 * (dbS3 + r2 * dbS4)));
+}
+template <class V>
+inline V poly_c(V r2) {
+  return r2 * (dbC1 + r2 * (dbC2 + r2 * (dbC3 + r2 * dbC4)));
+}
+
+template <class V>
+inline V from_row(const Row<V> &w, const Arg<V> &a, V s, V c) {
+  const V chr = w.ch * a.r;
+  V small = (w.cl * a.r + w.ch * a.c) + w.sl;
+  small = small + chr * s;
+  small = small + w.sh * c;
+  return w.sh + (chr + small);
+}
+
+// sin(x + lo) with x + lo already reduced by q quadrants (off = 16 q); cosine with off + 16.
+template <class V>
+inline V sin_eval(V x, V lo, int off) {
+  const Arg<V> a = reduce_pio32(x, lo);
+  const V r2 = a.r * a.r;
+  return from_row(row(a.t, off), a, poly_s(r2), poly_c(r2));
+}
+
+template <class V>
+inline void sincos_eval(V x, V lo, int off, V &s, V &c) {
+  const Arg<V> a = reduce_pio32(x, lo);
+  const V r2 = a.r * a.r;
+  const V ps = poly_s(r2), pc = poly_c(r2);
+  s = from_row(row(a.t, off), a, ps, pc);
+  c = from_row(row(a.t, off + 16), a, ps, pc);
+}
+
+// Exact products without FMA (Dekker), for doubles and pairs of doubles alike.
+template <class V>
+inline void split(V x, V &hi, V &lo) {
+  const V m = x * simd::kDekkerSplit;
+  hi = m - (m - x);
+  lo = x - hi;
+}
+template <class V>
+inline void two_prod(V x, V y, V &p, V &e) {
+  p = x * y;
+  V xh, xl, yh, yl;
+  split(x, xh, xl);
+  split(y, yh, yl);
+  e = ((xh * yh - p) + xh * yl + xl * yh) + xl * yl;
+}
+
+template <class V>
+inline void from_row_dd(const Row<V> &w, const Arg<V> &a, V s, V c, V &hi, V &lo) {
+  V p, pe;
+  two_prod(w.ch, a.r, p, pe);
+  V small = (w.cl * a.r + w.ch * a.c) + w.sl;
+  small = small + p * s;
+  small = small + w.sh * c;
+  const auto h = simd::two_sum(w.sh, p);
+  const auto n = simd::two_sum(h.hi, h.lo + (pe + small));  // a proper pair for the quotient
+  hi = n.hi;
+  lo = n.lo;
+}
+
+template <class V>
+inline V tan_eval(V x, V lo, int off) {
+  const Arg<V> a = reduce_pio32(x, lo);
+  const V r2 = a.r * a.r;
+  const V ps = poly_s(r2), pc = poly_c(r2);
+  V sh, sl, ch, cl;
+  from_row_dd(row(a.t, off), a, ps, pc, sh, sl);
+  from_row_dd(row(a.t, off + 16), a, ps, pc, ch, cl);
+  const V t = sh / ch;
+  V p, pe;
+  two_prod(t, ch, p, pe);
+  const V num = (((sh - p) - pe) + sl) - t * cl;
+  return t + num / ch;
+}
+
+// |x| reduced by quadrants: x = q pi/2 + hi + lo with |hi + lo| about pi/4 at most; returns q
+// (only q mod 4 matters to the callers). Any finite x; defined in reduce.cpp.
+int reduce_pio2(double x, double &hi, double &lo);
+
+}  // namespace hpk::vmk::trig
