@@ -22,10 +22,12 @@
 //      or more. All these have their lowest bits at 2^(rr-72) or above and stay below 16, so
 //      the pair holds the sum exactly.
 //   2. The even octant count: n = 2 floor(hi/2 + 1/2), f = hi - n exact in [-1, 1]; q = n/2.
-//   3. Add, from large to small, Xh c_{i0+3} 2^-75, Xl c_{i0+2} 2^-50, ..., Xh c_{i0+7}
-//      2^-175, Xl c_{i0+6} 2^-150, Xl c_{i0+7} 2^-175 to (f, lo) by two_sum on the high part.
-//      By now the running value is within 2^(rr-44) of the final one, so the rounding errors
-//      stay far below the result; the chunks left out weigh below 2^(rr-169).
+//   3. Renormalise (f, lo), then add, from large to small, Xh c_{i0+3} 2^-75, Xl c_{i0+2}
+//      2^-50, ..., Xh c_{i0+7} 2^-175, Xl c_{i0+6} 2^-150 as normalised double-double sums,
+//      and Xl c_{i0+7} 2^-175 to lo. By now the running value is within 2^(rr-44) of the
+//      final one, so each sum's rounding error is below 2^-106 of that, 2^-126 absolute at
+//      worst; the chunks left out weigh below 2^(rr-169) <= 2^-145. Against the smallest
+//      remainder of any double, about 2^-61, that is a relative error below 2^-64.
 //   4. Renormalise, multiply by pi/4 in two parts with an exact product of the high parts.
 // The sign of x goes to hi, lo and q.
 #include <cstdint>
@@ -57,10 +59,20 @@ inline double drop_eights(double t) {
   return t - from_bits(b & ~((uint64_t(1) << (55 - e)) - 1));
 }
 
-inline void add_to(double t, double &hi, double &lo) {
+// Step 1: the pair stays exact without renormalising (see above).
+inline void add_exact(double t, double &hi, double &lo) {
   const simd::dd s = simd::two_sum(hi, t);
   hi = s.hi;
   lo += s.lo;
+}
+
+// Step 3: a double-double sum kept normalised, so that lo's rounding errors stay relative to
+// the running value, which shrinks towards the remainder as the terms are added.
+inline void add_dd(double t, double &hi, double &lo) {
+  const simd::dd s = simd::two_sum(hi, t);
+  const simd::dd n = simd::two_sum(s.hi, lo + s.lo);
+  hi = n.hi;
+  lo = n.lo;
 }
 
 int cody_waite(double ax, uint32_t e, double &hi, double &lo) {
@@ -109,19 +121,21 @@ int payne_hanek(double ax, uint32_t e, double &hi, double &lo) {
   const double big[5] = {Xh * c[0], Xl * c[0], Xh * c[1] * km25, Xl * c[1] * km25,
                          Xh * c[2] * km50};
   for (double t : big) {
-    add_to(drop_eights(t), hi, lo);
+    add_exact(drop_eights(t), hi, lo);
     hi = drop_eights(hi);
   }
   // Step 2: the even octant count and the centred fraction.
   const double m = __builtin_floor(hi * 0.5 + 0.5);
   const int q = int(m);
-  hi -= m + m;
+  const simd::dd f0 = simd::two_sum(hi - (m + m), lo);
+  hi = f0.hi;
+  lo = f0.lo;
   // Step 3: the small terms, largest first.
   const double smalls[9] = {Xh * c[3] * km75,  Xl * c[2] * km50,  Xh * c[4] * km100,
                             Xl * c[3] * km75,  Xh * c[5] * km125, Xl * c[4] * km100,
                             Xh * c[6] * km150, Xl * c[5] * km125, Xh * c[7] * km175};
-  for (double t : smalls) add_to(t, hi, lo);
-  add_to(Xl * c[6] * km150, hi, lo);
+  for (double t : smalls) add_dd(t, hi, lo);
+  add_dd(Xl * c[6] * km150, hi, lo);
   lo += Xl * c[7] * km175;
   // Step 4: times pi/4.
   const simd::dd f = simd::two_sum(hi, lo);
