@@ -108,6 +108,70 @@ TEST(TrigModel, ScalarRouteIsModelOnReducedPair) {
   }
 }
 
+// Arrays mixing every route (main, packed medium, scalar) give, element by element, the bits
+// of the scalar routine; in place too, where the scalar elements must still see their input.
+TEST(TrigModel, EveryRouteMatchesScalarRoutine) {
+  std::mt19937_64 g(13);
+  std::uniform_int_distribution<uint64_t> med(bits(90112.0), bits(0x1p30));
+  std::uniform_int_distribution<uint64_t> any(0, bits(HUGE_VAL));
+  std::uniform_int_distribution<int> pick(0, 9);
+  std::vector<double> x(10007);
+  for (double &v : x) {
+    const int p = pick(g);
+    v = p < 6 ? from_bits(med(g)) : p < 8 ? from_bits(any(g)) : (double(g() % 1000) - 500) / 77;
+    if (g() & 1) v = -v;
+  }
+  x[100] = HUGE_VAL;
+  x[101] = std::nan("");
+  const char *names[] = {"dSin", "dCos", "dTan", "dSinCos"};
+  for (const char *name : names) {
+    const std::string fn = name;
+    std::vector<double> y(x.size()), z(x.size()), inplace = x;
+    hpk_vmk_kernel_SetErrorCallBack([](HpkVmkErrorContext *) { return 1; });
+    if (fn == "dSinCos") _vmkdSinCos_HA(int(x.size()), x.data(), y.data(), z.data());
+    else if (fn == "dSin") _vmkdSin_HA(int(x.size()), x.data(), y.data());
+    else if (fn == "dCos") _vmkdCos_HA(int(x.size()), x.data(), y.data());
+    else _vmkdTan_HA(int(x.size()), x.data(), y.data());
+    if (fn == "dSin") _vmkdSin_HA(int(x.size()), inplace.data(), inplace.data());
+    for (size_t i = 0; i < x.size(); ++i) {
+      double want, want2 = 0;
+      if (fn == "dSinCos") hpk_vmk_kernel_dSinCos_SC(0, &x[i], &want, &want2, "t");
+      else if (fn == "dSin") hpk_vmk_kernel_dSin_SC(0, &x[i], &want, "t");
+      else if (fn == "dCos") hpk_vmk_kernel_dCos_SC(0, &x[i], &want, "t");
+      else hpk_vmk_kernel_dTan_SC(0, &x[i], &want, "t");
+      if (std::isnan(want)) {
+        ASSERT_TRUE(std::isnan(y[i]));
+        continue;
+      }
+      ASSERT_EQ(bits(y[i]), bits(want)) << fn << " " << std::hexfloat << x[i];
+      if (fn == "dSinCos") ASSERT_EQ(bits(z[i]), bits(want2)) << std::hexfloat << x[i];
+      if (fn == "dSin") ASSERT_EQ(bits(inplace[i]), bits(want)) << std::hexfloat << x[i];
+    }
+    hpk_vmk_kernel_ClearErrorCallBack();
+  }
+}
+
+TEST(TrigModel, SingleRoutesMatchScalarRoutine) {
+  std::mt19937 g(17);
+  std::uniform_int_distribution<uint32_t> u(0, 0x7F800000u);
+  std::vector<float> x(4103), y(x.size()), inplace;
+  for (float &v : x) {
+    const uint32_t b = u(g) | (g() & 0x80000000u);
+    std::memcpy(&v, &b, 4);
+  }
+  inplace = x;
+  hpk_vmk_kernel_SetErrorCallBack([](HpkVmkErrorContext *) { return 1; });
+  _vmksCos_HA(int(x.size()), x.data(), y.data());
+  _vmksCos_HA(int(x.size()), inplace.data(), inplace.data());
+  for (size_t i = 0; i < x.size(); ++i) {
+    float want;
+    hpk_vmk_kernel_sCos_SC_HA(0, &x[i], &want);
+    ASSERT_EQ(bits(y[i]), bits(want)) << std::hexfloat << x[i];
+    ASSERT_EQ(bits(inplace[i]), bits(want)) << std::hexfloat << x[i];
+  }
+  hpk_vmk_kernel_ClearErrorCallBack();
+}
+
 // ---- reduction against MPFR -------------------------------------------------------------
 
 // Relative error of hi + lo against x - q pi/2, and whether q is the nearest quadrant count

@@ -2,13 +2,10 @@
 // x*4/pi rounds across an odd integer), hi + lo within about 2^-115 of the exact remainder
 // relative to it even at the hardest arguments.
 //
-// Below 2^30 (biased exponent under 0x41D), Cody-Waite: n = trunc(|x| * 4/pi), made even by
-// adding its low bit, is the number of octants, q = n/2 the quadrants; then
-//   |x| - n*P1 - n*P2 - n*P3 - n*P4
-// with the four parts of pi/4 below 2^23 and five above. Every part but the last has few
-// enough bits that n times it is exact; the first difference is exact (Sterbenz) and the
-// others go through two_sum, their errors collected in lo. The parts sum to pi/4 within
-// 2^-142.8.
+// Below 2^30 (biased exponent under 0x41D), Cody-Waite (trig_core.hpp): n = trunc(|x| 4/pi),
+// made even by adding its low bit, is the number of octants, q = n/2 the quadrants; then
+// |x| minus n times the four parts of pi/4 below 2^23 and five above. The parts sum to pi/4
+// within 2^-142.8.
 //
 // From 2^30 up, Payne-Hanek with 4/pi cut into 25-bit chunks c_k (4/pi = sum c_k 2^(-25k-24),
 // tools/tables/gen_trig_tables.py). With e the biased exponent, i0 = ((e - 0x41C) * 0x147AE) >> 21
@@ -42,14 +39,6 @@ namespace {
 using simd::bits;
 using simd::from_bits;
 
-constexpr double k4DivPi = 0x1.45f306dc9c883p+0;  // 1.2732395447351628
-// pi/4 in four parts (|x| < 2^23) and in five (|x| < 2^30).
-constexpr double kPio4A1 = 0x1.921fb54000000p-1, kPio4A2 = 0x1.10b4612000000p-31,
-                 kPio4A3 = -0x1.676733c000000p-61, kPio4A4 = 0x1.1701b839a2520p-89;
-constexpr double kPio4B1 = 0x1.921fa00000000p-1, kPio4B2 = 0x1.5444300000000p-21,
-                 kPio4B3 = -0x1.73dca00000000p-44, kPio4B4 = -0x1.3b39a00000000p-64,
-                 kPio4B5 = 0x1.45c06e0e68948p-87;
-
 // t mod 8 for t >= 0, exact: clears the mantissa bits that weigh 8 or more.
 inline double drop_eights(double t) {
   const uint64_t b = bits(t);
@@ -73,36 +62,6 @@ inline void add_dd(double t, double &hi, double &lo) {
   const simd::dd n = simd::two_sum(s.hi, lo + s.lo);
   hi = n.hi;
   lo = n.lo;
-}
-
-int cody_waite(double ax, uint32_t e, double &hi, double &lo) {
-  int n = int(ax * k4DivPi);
-  n += n & 1;
-  const double dn = double(n);
-  double r, err;
-  if (e < 0x416) {
-    r = ax - dn * kPio4A1;
-    simd::dd s = simd::two_sum(r, -(dn * kPio4A2));
-    err = s.lo;
-    s = simd::two_sum(s.hi, -(dn * kPio4A3));
-    err += s.lo;
-    r = s.hi;
-    err -= dn * kPio4A4;
-  } else {
-    r = ax - dn * kPio4B1;
-    simd::dd s = simd::two_sum(r, -(dn * kPio4B2));
-    err = s.lo;
-    s = simd::two_sum(s.hi, -(dn * kPio4B3));
-    err += s.lo;
-    s = simd::two_sum(s.hi, -(dn * kPio4B4));
-    err += s.lo;
-    r = s.hi;
-    err -= dn * kPio4B5;
-  }
-  const simd::dd s = simd::two_sum(r, err);
-  hi = s.hi;
-  lo = s.lo;
-  return n >> 1;
 }
 
 int payne_hanek(double ax, uint32_t e, double &hi, double &lo) {
@@ -159,7 +118,7 @@ int reduce_pio2(double x, double &hi, double &lo) {
     return 0;
   }
   const double ax = from_bits(b & ~(uint64_t(1) << 63));
-  const int q = e < 0x41D ? cody_waite(ax, e, hi, lo) : payne_hanek(ax, e, hi, lo);
+  const int q = e < 0x41D ? cody_waite(ax, hi, lo) : payne_hanek(ax, e, hi, lo);
   if (b >> 63) {
     hi = -hi;
     lo = -lo;

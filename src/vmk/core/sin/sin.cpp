@@ -2,6 +2,8 @@
 //
 // Packed route: |x| in [2^-252, 90112), the steps of trig_core.hpp straight on x. The single
 // kernels widen to double, take the same route and round once.
+// Medium route, packed: |x| in [90112, 2^30), the scalar route's own steps on lanes (no
+// reduction below 2^17, Cody-Waite above), bit for bit the same results.
 // Scalar route (every input is correct there, the packed route's out-of-range elements come
 // here):
 //   NaN or infinity   x - x; an infinity raises status 1, a NaN nothing. The single SinCos
@@ -17,7 +19,7 @@
 #include "vmk/core/sin/trig_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/frame/packed_pass.hpp"
-#include "vmk/frame/packed_pass_two_out.hpp"
+#include "vmk/frame/packed_pass_medium.hpp"
 #include "vmk/service/error.hpp"
 #include "vmk/service/thread_state.hpp"
 
@@ -97,7 +99,24 @@ struct TrigRange {
   // Doubles: [2^-252, 90112). Singles: every non-zero value below 90112 (0x47B00000).
   static constexpr uint32_t kRangeLo = sizeof(T) == 8 ? trig::kTinyTop : 1u;
   static constexpr uint32_t kRangeLen = (sizeof(T) == 8 ? trig::kLargeTop : 0x47B00000u) - kRangeLo;
+  // [90112, 2^30)
+  static constexpr uint32_t kMediumLo = sizeof(T) == 8 ? trig::kLargeTop : 0x47B00000u;
+  static constexpr uint32_t kMediumLen = (sizeof(T) == 8 ? 0x41D00000u : 0x4E800000u) - kMediumLo;
 };
+
+// The medium route's reduction on lanes: the pair and 16 q for the row index, as the scalar
+// route forms them (x itself below 2^17, Cody-Waite above, the sign applied last).
+[[gnu::always_inline]] inline void medium_reduce(vd x, vd &hi, vd &lo, vd &q16) {
+  const vd sign = simd::and_bits(x, simd::splat(-0.0));
+  const vd ax = simd::andnot_bits(simd::splat(-0.0), x);
+  vd h, l;
+  const vd q = trig::cody_waite(ax, h, l);
+  const vd big = (vd)(ax >= 0x1p17);
+  const auto flip = [&](vd v) { return (vd)_mm_xor_pd((__m128d)v, (__m128d)sign); };
+  hi = flip(simd::select(big, h, ax));
+  lo = simd::and_bits(big, flip(l));
+  q16 = flip(simd::and_bits(big, q));
+}
 
 template <Fn F, class E>
 struct TrigKernel : TrigRange<E> {
@@ -112,6 +131,13 @@ struct TrigKernel : TrigRange<E> {
     else return trig::sin_eval(x, vd{}, F == Fn::kCos ? 16 : 0);
   }
   static V main(V x) { return on_double_lanes(x, [](vd v) { return core(v); }); }
+  static vd medium_core(vd x) {
+    vd hi, lo, q16;
+    medium_reduce(x, hi, lo, q16);
+    if constexpr (F == Fn::kTan) return trig::tan_eval(hi, lo, 0, q16);
+    else return trig::sin_eval(hi, lo, F == Fn::kCos ? 16 : 0, q16);
+  }
+  static V medium(V x) { return on_double_lanes(x, [](vd v) { return medium_core(v); }); }
   static void rare(int i, const E *a, E *y) { scalar_route<F>(i, a, y, kName); }
 };
 
@@ -119,16 +145,28 @@ template <class E>
 struct SinCosKernel : TrigRange<E> {
   using T = E;
   static constexpr const char *kName = sizeof(E) == 8 ? "vdSinCos" : "vsSinCos";
-  static void main2(vd x, vd &s, vd &c) { trig::sincos_eval(x, vd{}, 0, s, c); }
-  static void main2(vf x, vf &s, vf &c) {
+  static void main_d(vd x, vd &s, vd &c) { trig::sincos_eval(x, vd{}, 0, s, c); }
+  static void medium_d(vd x, vd &s, vd &c) {
+    vd hi, lo, q16;
+    medium_reduce(x, hi, lo, q16);
+    trig::sincos_eval(hi, lo, 0, s, c, q16);
+  }
+  template <void (*G)(vd, vd &, vd &)>
+  static void on_lanes(vd x, vd &s, vd &c) { G(x, s, c); }
+  template <void (*G)(vd, vd &, vd &)>
+  static void on_lanes(vf x, vf &s, vf &c) {
     const vd lo = (vd)_mm_cvtps_pd((__m128)x);
     const vd hi = (vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
     vd s0, c0, s1, c1;
-    trig::sincos_eval(lo, vd{}, 0, s0, c0);
-    trig::sincos_eval(hi, vd{}, 0, s1, c1);
+    G(lo, s0, c0);
+    G(hi, s1, c1);
     s = (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)s0), _mm_cvtpd_ps((__m128d)s1));
     c = (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)c0), _mm_cvtpd_ps((__m128d)c1));
   }
+  template <class V>
+  static void main2(V x, V &s, V &c) { on_lanes<main_d>(x, s, c); }
+  template <class V>
+  static void medium2(V x, V &s, V &c) { on_lanes<medium_d>(x, s, c); }
   static void rare(int i, const E *a, E *y, E *z) { sincos_route(i, a, y, z, kName); }
 };
 
@@ -136,14 +174,14 @@ template <Fn F, class E>
 inline void run(int n, const E *a, E *y) {
   if (n <= 0) return;
   const SseControlScope control(current_mode());
-  packed_pass<TrigKernel<F, E>>(n, a, y);
+  packed_pass_medium<TrigKernel<F, E>>(n, a, y);
 }
 
 template <class E>
 inline void run_sincos(int n, const E *a, E *y, E *z) {
   if (n <= 0) return;
   const SseControlScope control(current_mode());
-  packed_pass_two_out<SinCosKernel<E>>(n, a, y, z);
+  packed_pass_medium_two_out<SinCosKernel<E>>(n, a, y, z);
 }
 
 }  // namespace

@@ -114,20 +114,22 @@ inline V from_row(const Row<V> &w, const Arg<V> &a, V s, V c) {
 }
 
 // sin(x + lo) with x + lo already reduced by q quadrants (off = 16 q); cosine with off + 16.
+// The packed route of medium arguments passes the quadrants per lane in qoff (16 q as a
+// double), added to the shifted k: the row index is the same integer either way.
 template <class V>
-inline V sin_eval(V x, V lo, int off) {
+[[gnu::always_inline]] inline V sin_eval(V x, V lo, int off, V qoff = V{}) {
   const Arg<V> a = reduce_pio32(x, lo);
   const V r2 = a.r * a.r;
-  return from_row(row(a.t, off), a, poly_s(r2), poly_c(r2));
+  return from_row(row(a.t + qoff, off), a, poly_s(r2), poly_c(r2));
 }
 
 template <class V>
-inline void sincos_eval(V x, V lo, int off, V &s, V &c) {
+[[gnu::always_inline]] inline void sincos_eval(V x, V lo, int off, V &s, V &c, V qoff = V{}) {
   const Arg<V> a = reduce_pio32(x, lo);
   const V r2 = a.r * a.r;
   const V ps = poly_s(r2), pc = poly_c(r2);
-  s = from_row(row(a.t, off), a, ps, pc);
-  c = from_row(row(a.t, off + 16), a, ps, pc);
+  s = from_row(row(a.t + qoff, off), a, ps, pc);
+  c = from_row(row(a.t + qoff, off + 16), a, ps, pc);
 }
 
 // Exact products without FMA (Dekker), for doubles and pairs of doubles alike.
@@ -160,18 +162,70 @@ inline void from_row_dd(const Row<V> &w, const Arg<V> &a, V s, V c, V &hi, V &lo
 }
 
 template <class V>
-inline V tan_eval(V x, V lo, int off) {
+[[gnu::always_inline]] inline V tan_eval(V x, V lo, int off, V qoff = V{}) {
   const Arg<V> a = reduce_pio32(x, lo);
   const V r2 = a.r * a.r;
   const V ps = poly_s(r2), pc = poly_c(r2);
   V sh, sl, ch, cl;
-  from_row_dd(row(a.t, off), a, ps, pc, sh, sl);
-  from_row_dd(row(a.t, off + 16), a, ps, pc, ch, cl);
+  from_row_dd(row(a.t + qoff, off), a, ps, pc, sh, sl);
+  from_row_dd(row(a.t + qoff, off + 16), a, ps, pc, ch, cl);
   const V t = sh / ch;
   V p, pe;
   two_prod(t, ch, p, pe);
   const V num = (((sh - p) - pe) + sl) - t * cl;
   return t + num / ch;
+}
+
+// ---- Cody-Waite reduction by pi/4 parts, for |x| below 2^30 ----------------------------
+// n = trunc(|x| 4/pi) made even; |x| - n P1 - n P2 - n P3 - n P4 - n P5, the first difference
+// exact, the next three through two_sum, the last product rounded, all errors in lo. Below
+// 2^23 the four parts A1..A4 go as A1, A2, A3, 0, A4 (a zero part adds nothing), from 2^23
+// on the five parts B1..B5. Every part but the last has few enough bits that n times it is
+// exact. Written once for doubles and lanes, so that the scalar routine and the packed route
+// of medium arguments agree to the bit.
+inline constexpr double k4DivPi = 0x1.45f306dc9c883p+0;  // 1.2732395447351628
+inline constexpr double kPio4A[5] = {0x1.921fb54000000p-1, 0x1.10b4612000000p-31,
+                                     -0x1.676733c000000p-61, 0.0, 0x1.1701b839a2520p-89};
+inline constexpr double kPio4B[5] = {0x1.921fa00000000p-1, 0x1.5444300000000p-21,
+                                     -0x1.73dca00000000p-44, -0x1.3b39a00000000p-64,
+                                     0x1.45c06e0e68948p-87};
+inline constexpr double kFiveParts = 0x1p23;
+
+template <class V>
+inline void cody_waite_core(V ax, V dn, const V *p, V &hi, V &lo) {
+  const V r = ax - dn * p[0];
+  auto s = simd::two_sum(r, -(dn * p[1]));
+  V err = s.lo;
+  s = simd::two_sum(s.hi, -(dn * p[2]));
+  err = err + s.lo;
+  s = simd::two_sum(s.hi, -(dn * p[3]));
+  err = err + s.lo;
+  err = err - dn * p[4];
+  s = simd::two_sum(s.hi, err);
+  hi = s.hi;
+  lo = s.lo;
+}
+
+// ax = |x| below 2^30: returns the quadrant count n/2.
+inline int cody_waite(double ax, double &hi, double &lo) {
+  int n = int(ax * k4DivPi);
+  n += n & 1;
+  const double *parts = ax < kFiveParts ? kPio4A : kPio4B;
+  cody_waite_core(ax, double(n), parts, hi, lo);
+  return n >> 1;
+}
+
+// The same on two lanes; returns 16 q per lane as doubles (8 n).
+inline vd cody_waite(vd ax, vd &hi, vd &lo) {
+  __m128i n = _mm_cvttpd_epi32((__m128d)(ax * k4DivPi));
+  n = _mm_add_epi32(n, _mm_and_si128(n, _mm_set1_epi32(1)));
+  const vd dn = (vd)_mm_cvtepi32_pd(n);
+  const vd five = (vd)(ax >= kFiveParts);
+  vd p[5];
+  for (int i = 0; i < 5; ++i)
+    p[i] = simd::select(five, simd::splat(kPio4B[i]), simd::splat(kPio4A[i]));
+  cody_waite_core(ax, dn, p, hi, lo);
+  return dn * 8.0;
 }
 
 // |x| reduced by quadrants: x = q pi/2 + hi + lo with |hi + lo| about pi/4 at most; returns q
