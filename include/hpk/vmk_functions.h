@@ -19,8 +19,16 @@
 #define HPK_VMK_FUNCTION_LIST(X)                                                      \
   X(s, Abs, ONE, HAynn, HAynn, HAynn, 0.62f, 0.62f, 0.62f)                            \
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.26f, 1.26f, 1.26f)                            \
+  X(s, Acos, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
+  X(d, Acos, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(s, Asin, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
+  X(d, Asin, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(s, Atan, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
+  X(d, Atan, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(s, Atan2, TWO, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
+  X(d, Atan2, TWO, HAynn, HAynn, HAynn, 26.0f, 26.0f, 26.0f)                          \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                              \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 7.0f, 7.0f, 7.0f)                              \
   X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \

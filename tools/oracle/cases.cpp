@@ -24,6 +24,10 @@ int ref_cbrt(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_cbrt(r, a, m
 int ref_sin(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_sin(r, a, m); }
 int ref_cos(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_cos(r, a, m); }
 int ref_tan(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_tan(r, a, m); }
+int ref_asin(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_asin(r, a, m); }
+int ref_acos(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_acos(r, a, m); }
+int ref_atan(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_atan(r, a, m); }
+int ref_atan2(mpfr_ptr r, mpfr_srcptr a, mpfr_srcptr b, mpfr_rnd_t m) { return mpfr_atan2(r, a, b, m); }
 // At the oracle's 256 bits the two roundings are far below a double's ulp.
 int ref_invcbrt(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) {
   mpfr_cbrt(r, a, m);
@@ -57,6 +61,14 @@ double cos_d(double a) { return std::cos(a); }
 float cos_s(float a) { return std::cos(a); }
 double tan_d(double a) { return std::tan(a); }
 float tan_s(float a) { return std::tan(a); }
+double asin_d(double a) { return std::asin(a); }
+float asin_s(float a) { return std::asin(a); }
+double acos_d(double a) { return std::acos(a); }
+float acos_s(float a) { return std::acos(a); }
+double atan_d(double a) { return std::atan(a); }
+float atan_s(float a) { return std::atan(a); }
+double atan2_d(double a, double b) { return std::atan2(a, b); }
+float atan2_s(float a, float b) { return std::atan2(a, b); }
 float cbrt_s(float a) { return std::cbrt(a); }
 double invcbrt_d(double a) { return 1.0 / std::cbrt(a); }
 float invcbrt_s(float a) { return 1.0f / std::cbrt(a); }
@@ -78,6 +90,9 @@ const std::vector<double> kTrigSpecialsD = {0.0, -0.0, kTrueMinD, kMinD, 0x1p-30
                                             kMaxD, -kMaxD, kInf, -kInf, 0x1.921fb54442d18p0};
 const std::vector<double> kTrigSpecialsS = {0.0, -0.0, kTrueMinF, kMinF, 90111.0, 90112.0, 0x1p17,
                                             0x1p30, kMaxF, -kMaxF, kInf, -kInf, 0x1.921fb6p0};
+const std::vector<double> kInvTrigSpecials = {0.0, -0.0, 1.0, -1.0, 0.5, -0.5, 0x1.0000000000001p-1,
+                                              0x1.fffffffffffffp-1, 0x1.cp-2, 0x1.38p+1, 0x1p60,
+                                              1.0000001, 2.0, kTrueMinD, kMaxD, kInf, -kInf};
 const std::vector<double> kSpecialsS = {0.0, -0.0, 1.0, -1.0, kTrueMinF, kMinF, kMaxF, -kMaxF,
                                         kInf, -kInf};
 
@@ -91,11 +106,22 @@ std::vector<Case> make_cases() {
   const Range half_s{0x1p-63, 0x1p63, true};
   const Range common_trig{0x1p-8, 0x1p4, true};
   const Range main_trig{0x1p-30, 90112.0, true};
+  const Range unit_ball{0x1p-60, 1.0, true};
+  const Range upper_ball{0.5, 1.0, true};
+  const Range atan_mid{0x1p-3, 0x1p3, true};
   return {
       {"sAbs", 's', 1, k(_vmksAbs_HA), ref_abs, nullptr, {whole_s}, kSpecialsS, 0.0, "fabsf", k(fabs_s)},
       {"dAbs", 'd', 1, k(_vmkdAbs_HA), ref_abs, nullptr, {whole_d}, kSpecialsD, 0.0, "fabs", k(fabs_d)},
+      {"sAcos", 's', 1, k(_vmksAcos_HA), ref_acos, nullptr, {unit_ball, upper_ball}, kInvTrigSpecials, 1.0, "acosf", k(acos_s)},
+      {"dAcos", 'd', 1, k(_vmkdAcos_HA), ref_acos, nullptr, {unit_ball, upper_ball}, kInvTrigSpecials, 1.0, "acos", k(acos_d)},
       {"sAdd", 's', 2, k(_vmksAdd_HA), nullptr, ref_add, {whole_s, unit}, kSpecialsS, 0.5, "a+b", k(add_s)},
       {"dAdd", 'd', 2, k(_vmkdAdd_HA), nullptr, ref_add, {whole_d, unit}, kSpecialsD, 0.5, "a+b", k(add_d)},
+      {"sAsin", 's', 1, k(_vmksAsin_HA), ref_asin, nullptr, {unit_ball, upper_ball}, kInvTrigSpecials, 1.0, "asinf", k(asin_s)},
+      {"dAsin", 'd', 1, k(_vmkdAsin_HA), ref_asin, nullptr, {unit_ball, upper_ball}, kInvTrigSpecials, 1.0, "asin", k(asin_d)},
+      {"sAtan", 's', 1, k(_vmksAtan_HA), ref_atan, nullptr, {whole_s, atan_mid}, kInvTrigSpecials, 1.0, "atanf", k(atan_s)},
+      {"dAtan", 'd', 1, k(_vmkdAtan_HA), ref_atan, nullptr, {whole_d, atan_mid}, kInvTrigSpecials, 1.0, "atan", k(atan_d)},
+      {"sAtan2", 's', 2, k(_vmksAtan2_HA), nullptr, ref_atan2, {whole_s, atan_mid}, kSpecialsS, 1.0, "atan2f", k(atan2_s)},
+      {"dAtan2", 'd', 2, k(_vmkdAtan2_HA), nullptr, ref_atan2, {whole_d, atan_mid}, kSpecialsD, 1.0, "atan2", k(atan2_d)},
       {"sCbrt", 's', 1, k(_vmksCbrt_HA), ref_cbrt, nullptr, {whole_s, unit}, kSpecialsS, 1.0, "cbrtf", k(cbrt_s)},
       {"dCbrt", 'd', 1, k(_vmkdCbrt_HA), ref_cbrt, nullptr, {whole_d, unit}, kSpecialsD, 1.0, "cbrt", k(cbrt_d)},
       {"sCos", 's', 1, k(_vmksCos_HA), ref_cos, nullptr, {whole_s, common_trig, main_trig}, kTrigSpecialsS, 1.0, "cosf", k(cos_s)},

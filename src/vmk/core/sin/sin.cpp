@@ -126,18 +126,20 @@ struct TrigKernel : TrigRange<E> {
       F == Fn::kSin ? (sizeof(E) == 8 ? "vdSin" : "vsSin")
                     : F == Fn::kCos ? (sizeof(E) == 8 ? "vdCos" : "vsCos")
                                     : (sizeof(E) == 8 ? "vdTan" : "vsTan");
-  static vd core(vd x) {
+  [[gnu::always_inline]] static vd core(vd x) {
     if constexpr (F == Fn::kTan) return trig::tan_eval(x, vd{}, 0);
     else return trig::sin_eval(x, vd{}, F == Fn::kCos ? 16 : 0);
   }
-  static V main(V x) { return on_double_lanes(x, [](vd v) { return core(v); }); }
-  static vd medium_core(vd x) {
+  [[gnu::always_inline]] static vd main(vd x) { return core(x); }
+  [[gnu::always_inline]] static vf main(vf x) { return trig::widened<core>(x); }
+  [[gnu::always_inline]] static vd medium_core(vd x) {
     vd hi, lo, q16;
     medium_reduce(x, hi, lo, q16);
     if constexpr (F == Fn::kTan) return trig::tan_eval(hi, lo, 0, q16);
     else return trig::sin_eval(hi, lo, F == Fn::kCos ? 16 : 0, q16);
   }
-  static V medium(V x) { return on_double_lanes(x, [](vd v) { return medium_core(v); }); }
+  [[gnu::always_inline]] static vd medium(vd x) { return medium_core(x); }
+  [[gnu::always_inline]] static vf medium(vf x) { return trig::widened<medium_core>(x); }
   static void rare(int i, const E *a, E *y) { scalar_route<F>(i, a, y, kName); }
 };
 
@@ -145,8 +147,8 @@ template <class E>
 struct SinCosKernel : TrigRange<E> {
   using T = E;
   static constexpr const char *kName = sizeof(E) == 8 ? "vdSinCos" : "vsSinCos";
-  static void main_d(vd x, vd &s, vd &c) { trig::sincos_eval(x, vd{}, 0, s, c); }
-  static void medium_d(vd x, vd &s, vd &c) {
+  [[gnu::always_inline]] static void main_d(vd x, vd &s, vd &c) { trig::sincos_eval(x, vd{}, 0, s, c); }
+  [[gnu::always_inline]] static void medium_d(vd x, vd &s, vd &c) {
     vd hi, lo, q16;
     medium_reduce(x, hi, lo, q16);
     trig::sincos_eval(hi, lo, 0, s, c, q16);

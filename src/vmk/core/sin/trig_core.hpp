@@ -62,13 +62,13 @@ struct Row {
   V sh, sl, ch, cl;
 };
 
-inline Row<double> row(double t, int off) {
+[[gnu::always_inline]] inline Row<double> row(double t, int off) {
   const int j = (int(uint32_t(simd::bits(t))) + off) & 63;
   const double *p = trig_tables::kSinCosTbl[j];
   return {p[0], p[1], p[2], p[3]};
 }
 
-inline Row<vd> row(vd t, int off) {
+[[gnu::always_inline]] inline Row<vd> row(vd t, int off) {
   const __m128i b = _mm_castpd_si128((__m128d)t);
   const int j0 = (_mm_cvtsi128_si32(b) + off) & 63;
   const int j1 = (_mm_cvtsi128_si32(_mm_shuffle_epi32(b, 2)) + off) & 63;
@@ -86,7 +86,7 @@ struct Arg {
 };
 
 template <class V>
-inline Arg<V> reduce_pio32(V x, V lo) {
+[[gnu::always_inline]] inline Arg<V> reduce_pio32(V x, V lo) {
   const V t = x * db32DivPi + dbSh;
   const V k = t - dbSh;
   const V r1 = x - k * dbP1;
@@ -96,16 +96,16 @@ inline Arg<V> reduce_pio32(V x, V lo) {
 }
 
 template <class V>
-inline V poly_s(V r2) {
+[[gnu::always_inline]] inline V poly_s(V r2) {
   return r2 * (dbS1 + r2 * (dbS2 + r2 * (dbS3 + r2 * dbS4)));
 }
 template <class V>
-inline V poly_c(V r2) {
+[[gnu::always_inline]] inline V poly_c(V r2) {
   return r2 * (dbC1 + r2 * (dbC2 + r2 * (dbC3 + r2 * dbC4)));
 }
 
 template <class V>
-inline V from_row(const Row<V> &w, const Arg<V> &a, V s, V c) {
+[[gnu::always_inline]] inline V from_row(const Row<V> &w, const Arg<V> &a, V s, V c) {
   const V chr = w.ch * a.r;
   V small = (w.cl * a.r + w.ch * a.c) + w.sl;
   small = small + chr * s;
@@ -134,13 +134,13 @@ template <class V>
 
 // Exact products without FMA (Dekker), for doubles and pairs of doubles alike.
 template <class V>
-inline void split(V x, V &hi, V &lo) {
+[[gnu::always_inline]] inline void split(V x, V &hi, V &lo) {
   const V m = x * simd::kDekkerSplit;
   hi = m - (m - x);
   lo = x - hi;
 }
 template <class V>
-inline void two_prod(V x, V y, V &p, V &e) {
+[[gnu::always_inline]] inline void two_prod(V x, V y, V &p, V &e) {
   p = x * y;
   V xh, xl, yh, yl;
   split(x, xh, xl);
@@ -149,7 +149,7 @@ inline void two_prod(V x, V y, V &p, V &e) {
 }
 
 template <class V>
-inline void from_row_dd(const Row<V> &w, const Arg<V> &a, V s, V c, V &hi, V &lo) {
+[[gnu::always_inline]] inline void from_row_dd(const Row<V> &w, const Arg<V> &a, V s, V c, V &hi, V &lo) {
   V p, pe;
   two_prod(w.ch, a.r, p, pe);
   V small = (w.cl * a.r + w.ch * a.c) + w.sl;
@@ -176,6 +176,15 @@ template <class V>
   return t + num / ch;
 }
 
+// A double routine on the four lanes of a single vector, widened in two halves and rounded
+// once (inlined, unlike a call through a closure).
+template <vd (*G)(vd)>
+[[gnu::always_inline]] inline simd::vf widened(simd::vf x) {
+  const vd lo = (vd)_mm_cvtps_pd((__m128)x);
+  const vd hi = (vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
+  return (simd::vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)G(lo)), _mm_cvtpd_ps((__m128d)G(hi)));
+}
+
 // ---- Cody-Waite reduction by pi/4 parts, for |x| below 2^30 ----------------------------
 // n = trunc(|x| 4/pi) made even; |x| - n P1 - n P2 - n P3 - n P4 - n P5, the first difference
 // exact, the next three through two_sum, the last product rounded, all errors in lo. Below
@@ -192,7 +201,7 @@ inline constexpr double kPio4B[5] = {0x1.921fa00000000p-1, 0x1.5444300000000p-21
 inline constexpr double kFiveParts = 0x1p23;
 
 template <class V>
-inline void cody_waite_core(V ax, V dn, const V *p, V &hi, V &lo) {
+[[gnu::always_inline]] inline void cody_waite_core(V ax, V dn, const V *p, V &hi, V &lo) {
   const V r = ax - dn * p[0];
   auto s = simd::two_sum(r, -(dn * p[1]));
   V err = s.lo;
@@ -207,7 +216,7 @@ inline void cody_waite_core(V ax, V dn, const V *p, V &hi, V &lo) {
 }
 
 // ax = |x| below 2^30: returns the quadrant count n/2.
-inline int cody_waite(double ax, double &hi, double &lo) {
+[[gnu::always_inline]] inline int cody_waite(double ax, double &hi, double &lo) {
   int n = int(ax * k4DivPi);
   n += n & 1;
   const double *parts = ax < kFiveParts ? kPio4A : kPio4B;
@@ -216,7 +225,7 @@ inline int cody_waite(double ax, double &hi, double &lo) {
 }
 
 // The same on two lanes; returns 16 q per lane as doubles (8 n).
-inline vd cody_waite(vd ax, vd &hi, vd &lo) {
+[[gnu::always_inline]] inline vd cody_waite(vd ax, vd &hi, vd &lo) {
   __m128i n = _mm_cvttpd_epi32((__m128d)(ax * k4DivPi));
   n = _mm_add_epi32(n, _mm_and_si128(n, _mm_set1_epi32(1)));
   const vd dn = (vd)_mm_cvtepi32_pd(n);
