@@ -247,6 +247,57 @@ TEST(TrigReduction, HardCasesAndRandomAreAccurate) {
               2 * xs.size());
 }
 
+// The extended reduction on extended arguments (random 64-bit significands over the whole
+// exponent range) and on the double hard cases.
+TEST(TrigReduction, ExtendedIsAccurate) {
+  std::vector<long double> xs;
+  for (double x : hard_cases()) xs.push_back(x);
+  std::mt19937_64 g(8);
+  std::uniform_int_distribution<int> ex(-10, 16380);
+  for (int i = 0; i < 2000; ++i) {
+    const long double m = 1.0L + (long double)(g() >> 1) * 0x1p-63L;
+    xs.push_back(std::ldexp(m, ex(g)));
+  }
+  xs.insert(xs.end(), {0x1p30L, 0x1.fffffffffffffffep29L, 1e4000L, 0x1.fffffffffffffffep16383L});
+  mpfr_t pio2, t, h;
+  mpfr_inits2(16700, pio2, t, h, (mpfr_ptr)0);
+  mpfr_const_pi(pio2, MPFR_RNDN);
+  mpfr_div_2ui(pio2, pio2, 1, MPFR_RNDN);
+  double worst = -1000;
+  for (long double x0 : xs) {
+    for (long double x : {x0, -x0}) {
+      long double r[2];
+      const int q = hpk_vmk_kernel_reduce_pi04l(x, 1, r);
+      mpfr_set_ld(t, x, MPFR_RNDN);
+      mpfr_set_si(h, q, MPFR_RNDN);
+      mpfr_mul(h, h, pio2, MPFR_RNDN);
+      mpfr_sub(t, t, h, MPFR_RNDN);
+      mpfr_mul_ui(h, pio2, 4, MPFR_RNDN);
+      mpfr_div(h, t, h, MPFR_RNDN);
+      mpfr_rint(h, h, MPFR_RNDN);
+      mpfr_mul_ui(h, h, 4, MPFR_RNDN);
+      mpfr_mul(h, h, pio2, MPFR_RNDN);
+      mpfr_sub(t, t, h, MPFR_RNDN);  // the exact remainder for q mod 4
+      ASSERT_TRUE(mpfr_cmp_d(t, 0.8) < 0 && mpfr_cmp_d(t, -0.8) > 0) << x;
+      mpfr_set_ld(h, r[0], MPFR_RNDN);
+      mpfr_add_d(h, h, double(r[1]), MPFR_RNDN);
+      mpfr_sub(h, h, t, MPFR_RNDN);
+      mpfr_div(h, h, t, MPFR_RNDN);
+      const double rel = std::fabs(mpfr_get_d(h, MPFR_RNDN));
+      const double l2 = rel == 0 ? -1000 : std::log2(rel);
+      worst = std::max(worst, l2);
+      ASSERT_LT(l2, -64) << x;
+    }
+  }
+  mpfr_clears(pio2, t, h, (mpfr_ptr)0);
+  std::printf("reduce_pi04l: largest relative error 2^%.1f over %zu inputs\n", worst,
+              2 * xs.size());
+  // The low part is left alone when it is not asked for.
+  long double r[2] = {0, 7};
+  hpk_vmk_kernel_reduce_pi04l(1e10L, 0, r);
+  EXPECT_EQ(r[1], 7);
+}
+
 TEST(TrigReduction, NonFiniteGivesNanAndZeroCount) {
   for (double x : {HUGE_VAL, -HUGE_VAL, std::nan("")}) {
     double r[2] = {1, 1};

@@ -5,24 +5,28 @@
 
   kSinCosTbl[j] = {Sh, Sl, Ch, Cl}, j = 0..63: sine and cosine of j*pi/32, each as a double
                   correctly rounded (hi) and the correctly rounded remainder (lo).
-  k4OnPiChunks[k] = c_k, k = 0..kChunks-1: 4/pi = sum_k c_k * 2^(-25k-24), c_k integers
-                  below 2^25 (the first holds the integer bit of 4/pi), stored as doubles.
+  k4OnPiChunks[k] = c_k, k = 0..671: 4/pi = sum_k c_k * 2^(-25k-24), c_k integers
+                  below 2^25 (the first holds the integer bit of 4/pi), stored as doubles;
+                  enough for the extended exponent range (the double reduction reads the
+                  first 48).
                   A zero chunk c_{-1} comes first so that the reduction may read one chunk
                   above the first without a test.
   kPio4Hi, kPio4Lo  pi/4 as a correctly rounded double and its rounded remainder.
-pi comes from Machin's formula at PREC bits; sin and cos from their Taylor series at the same
-precision, far more than the 106 bits of a hi/lo pair.
+  kPio4FivePartsTail  pi/4 minus the five Cody-Waite parts of pi/4 (listed below), rounded.
+pi comes from Machin's formula at 17200 bits; sin and cos from their Taylor series at 1600
+bits, far more than the 106 bits of a hi/lo pair.
 """
 from fractions import Fraction
 
-PREC = 1600
+PREC = 1600           # sines and cosines
+PREC_PI = 17200       # 4/pi over the whole extended exponent range
 ONE = 1 << PREC
-CHUNKS = 48
+CHUNKS = 672
 
 
 def arctan_inv(n):
-    """arctan(1/n) * 2^PREC, truncated."""
-    total, term, k, n2 = 0, ONE // n, 1, n * n
+    """arctan(1/n) * 2^PREC_PI, truncated."""
+    total, term, k, n2 = 0, (1 << PREC_PI) // n, 1, n * n
     while term:
         total += term // k if (k // 2) % 2 == 0 else -(term // k)
         term //= n2
@@ -30,7 +34,8 @@ def arctan_inv(n):
     return total
 
 
-PI = 4 * (4 * arctan_inv(5) - arctan_inv(239))  # pi * 2^PREC, error a few units
+PI_BIG = 4 * (4 * arctan_inv(5) - arctan_inv(239))  # pi * 2^PREC_PI, error a few units
+PI = PI_BIG >> (PREC_PI - PREC)                     # pi * 2^PREC
 
 
 def mul(a, b):
@@ -88,11 +93,11 @@ def main():
     out.append("};\n")
     # V = floor(4/pi * 2^(25*CHUNKS - 1)); chunk k is V's k-th group of 25 bits from the top,
     # so its lowest bit weighs 2^(-25k-24).
-    v = ((4 * ONE) << (25 * CHUNKS - 1)) // PI
+    v = ((4 << PREC_PI) << (25 * CHUNKS - 1)) // PI_BIG
     chunks = [(v >> (25 * (CHUNKS - 1 - k))) & ((1 << 25) - 1) for k in range(CHUNKS)]
     # Check the decomposition: sum c_k 2^(-25k-24) against 4/pi.
     approx = sum(Fraction(ck, 1 << (25 * k + 24)) for k, ck in enumerate(chunks))
-    exact = Fraction(4 * ONE, PI)
+    exact = Fraction(4 << PREC_PI, PI_BIG)
     assert abs(approx - exact) < Fraction(1, 1 << (25 * CHUNKS - 2)), "chunks of 4/pi"
     out.append("// c_{-1} = 0, then c_0 .. c_%d: 4/pi = sum c_k 2^(-25k-24)." % (CHUNKS - 1))
     out.append("alignas(16) inline constexpr double k4OnPiChunks[%d] = {" % (CHUNKS + 1))
@@ -103,6 +108,13 @@ def main():
     ph, pl = hi_lo(PI // 4)
     out.append("inline constexpr double kPio4Hi = %s;" % hexd(ph))
     out.append("inline constexpr double kPio4Lo = %s;" % hexd(pl))
+    # What the five parts of pi/4 of the Cody-Waite reduction leave out, for the extended
+    # reduction that needs more than their 2^-142.8.
+    parts = [float.fromhex(h) for h in ("0x1.921fa00000000p-1", "0x1.5444300000000p-21",
+                                        "-0x1.73dca00000000p-44", "-0x1.3b39a00000000p-64",
+                                        "0x1.45c06e0e68948p-87")]
+    tail = Fraction(PI // 4, ONE) - sum(Fraction(p) for p in parts)
+    out.append("inline constexpr double kPio4FivePartsTail = %s;" % hexd(float(tail)))
     ph, pl = hi_lo(PI // 2)
     out.append("inline constexpr double kPio2Hi = %s;" % hexd(ph))
     out.append("inline constexpr double kPio2Lo = %s;" % hexd(pl))
