@@ -5,12 +5,15 @@
 //   while a block of 8 doubles (16 singles) remains:
 //     test the block's top words against the main range, as in packed_pass.hpp;
 //     all inside: the main route for the whole block, stored;
-//     otherwise the spec routine: per register of the block, the main route and the medium
+//     otherwise the spec routine: if every element is in the main or the medium range, the
+//     medium route for the whole block; if not, per register, the main route and the medium
 //     route, each only if a lane needs it, each lane stored from its own route, and then the
 //     scalar routine for the lanes outside both ranges;
 //   the tail, one element at a time: main, medium or scalar route by range.
 // The medium route gives, lane by lane, the bits that the scalar routine gives (the kernel
-// writes both from the same templates), so an element's result never depends on its route.
+// writes both from the same templates), so an element's result never depends on its route;
+// on lanes of the main range it must give the main route's bits too, so that a block of main
+// and medium elements alone takes the medium route on all its registers, interleaved.
 // The spec routine works from the block's inputs kept in registers; an element sent to the
 // scalar routine gets its input written back to y first, for the case that y is a.
 //
@@ -44,7 +47,7 @@ template <class K, int kOut>
   bool all_medium = true;
   for (int k = 0; k < F::kBlock; ++k) {
     const uint32_t top = F::top(v[k / F::kLanes][k % F::kLanes]);
-    all_medium &= in_medium_range<K>(top) && !in_main_range<K>(top);
+    all_medium &= in_medium_range<K>(top) || in_main_range<K>(top);
   }
   if (all_medium) {  // the common case of an array of large arguments: registers interleaved
     V m[kRegs], m2[kRegs];

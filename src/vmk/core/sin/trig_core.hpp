@@ -85,14 +85,32 @@ struct Arg {
   V r, c;
 };
 
+// a - b as s + e. The error e = (a - s) - b is exact when a's exponent is at least b's, or
+// when a - b is exact (then e = 0). Every use below meets one of the two, so the results are
+// those of a full two_sum, in half the operations:
+//  - pi/32 steps, r1 - k P2 and r2 - k P3: with k != 0 the argument is at least pi/64 in
+//    magnitude, so r1 and r2 are multiples of 2^-69 (P1's lowest bit is 2^-34, P2's 2^-69,
+//    and ulp(x) >= 2^-57); where |r1| < |k P2| both are below 2^-36 k and r1 - k P2 is exact,
+//    and |r2| < |k P3| <= 2^-70 forces r2 = 0. With k = 0 the products are 0.
+//  - Cody-Waite (|x| >= 2^17, ulp(x) >= 2^-35): the first difference is exact (its operands
+//    are multiples of 2^-35 and the result below 2); after it the running value is a multiple
+//    of 2^-59 (2^-49 with the five parts), so where it is smaller than the next product (at
+//    most 2^-36) the difference is exact again.
+template <class V>
+[[gnu::always_inline]] inline void fast_diff(V a, V b, V &s, V &e) {
+  s = a - b;
+  e = (a - s) - b;
+}
+
 template <class V>
 [[gnu::always_inline]] inline Arg<V> reduce_pio32(V x, V lo) {
   const V t = x * db32DivPi + dbSh;
   const V k = t - dbSh;
   const V r1 = x - k * dbP1;
-  const auto s2 = simd::two_sum(r1, -(k * dbP2));
-  const auto s3 = simd::two_sum(s2.hi, -(k * dbP3));
-  return {t, s3.hi, (s3.lo + s2.lo) + lo};
+  V r2, e2, r, e3;
+  fast_diff(r1, k * dbP2, r2, e2);
+  fast_diff(r2, k * dbP3, r, e3);
+  return {t, r, (e3 + e2) + lo};
 }
 
 template <class V>
@@ -203,14 +221,14 @@ inline constexpr double kFiveParts = 0x1p23;
 template <class V>
 [[gnu::always_inline]] inline void cody_waite_core(V ax, V dn, const V *p, V &hi, V &lo) {
   const V r = ax - dn * p[0];
-  auto s = simd::two_sum(r, -(dn * p[1]));
-  V err = s.lo;
-  s = simd::two_sum(s.hi, -(dn * p[2]));
-  err = err + s.lo;
-  s = simd::two_sum(s.hi, -(dn * p[3]));
-  err = err + s.lo;
+  V s1, e1, s2, e2, s3, e3;
+  fast_diff(r, dn * p[1], s1, e1);
+  fast_diff(s1, dn * p[2], s2, e2);
+  fast_diff(s2, dn * p[3], s3, e3);
+  V err = e1 + e2;
+  err = err + e3;
   err = err - dn * p[4];
-  s = simd::two_sum(s.hi, err);
+  const auto s = simd::two_sum(s3, err);
   hi = s.hi;
   lo = s.lo;
 }
