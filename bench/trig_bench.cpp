@@ -1,11 +1,12 @@
 // Sin and Cos against the glibc loop, libmvec's two-lane SSE kernels and SLEEF's u10 SSE2
 // kernels, on arguments in [-pi, pi] (the common range) and in [-1e6, 1e6] (large arguments:
-// the scalar route with its reduction takes everything from 90112 up); Tan and SinCos against
-// the glibc loop. All with 1024 elements per call.
+// the packed medium route takes 90112 up to 2^30); Tan and SinCos against the glibc loop;
+// the inverse functions against the glibc loop. All with 1024 elements per call.
 //   hpk_bench --benchmark_filter=Trig --benchmark_min_time=0.2
 #include <benchmark/benchmark.h>
 #include <emmintrin.h>
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 #include <vector>
@@ -89,6 +90,48 @@ __m128d mvec_cos(__m128d x) { return _ZGVbN2v_cos(x); }
 __m128d sleef_sin(__m128d x) { return Sleef_sind2_u10sse2(x); }
 __m128d sleef_cos(__m128d x) { return Sleef_cosd2_u10sse2(x); }
 #endif
+
+// The inverse functions against the glibc loop: Asin, Acos on [-1, 1], Atan on [-4, 4],
+// Atan2 on [-4, 4]^2.
+template <void (*K)(int, const double *, double *), double (*F)(double)>
+void BM_TrigInverse(benchmark::State &st) {
+  std::vector<double> a = inputs(st.range(1) ? 4.0 : 1.0), y(kN);
+  for (auto _ : st) {
+    if (st.range(0)) {
+      for (int i = 0; i < kN; ++i) y[i] = F(a[i]);
+    } else {
+      K(kN, a.data(), y.data());
+    }
+    benchmark::DoNotOptimize(y.data());
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * kN);
+}
+
+void BM_TrigAtan2(benchmark::State &st) {
+  std::vector<double> a = inputs(4.0), b = inputs(4.0), y(kN);
+  std::reverse(b.begin(), b.end());
+  for (auto _ : st) {
+    if (st.range(0)) {
+      for (int i = 0; i < kN; ++i) y[i] = std::atan2(a[i], b[i]);
+    } else {
+      _vmkdAtan2_HA(kN, a.data(), b.data(), y.data());
+    }
+    benchmark::DoNotOptimize(y.data());
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * kN);
+}
+
+double glibc_asin(double x) { return std::asin(x); }
+double glibc_acos(double x) { return std::acos(x); }
+double glibc_atan(double x) { return std::atan(x); }
+
+// Args: (0 kernel, 1 glibc loop; argument range).
+BENCHMARK(BM_TrigInverse<_vmkdAsin_HA, glibc_asin>)->Args({0, 0})->Args({1, 0})->Name("Trig/Asin");
+BENCHMARK(BM_TrigInverse<_vmkdAcos_HA, glibc_acos>)->Args({0, 0})->Args({1, 0})->Name("Trig/Acos");
+BENCHMARK(BM_TrigInverse<_vmkdAtan_HA, glibc_atan>)->Args({0, 1})->Args({1, 1})->Name("Trig/Atan");
+BENCHMARK(BM_TrigAtan2)->Arg(0)->Arg(1)->Name("Trig/Atan2");
 
 // Arg 0: [-pi, pi]; arg 1: [-1e6, 1e6].
 BENCHMARK(BM_TrigKernel<_vmkdSin_HA>)->Arg(0)->Arg(1)->Name("Trig/dSin");

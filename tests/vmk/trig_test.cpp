@@ -48,7 +48,7 @@ double model_sin(double x, double lo, int off) {
   const double d = -(k * p3), r = r2 + d, dd = r - r2, e3 = (r2 - (r - dd)) + (d - dd);
   const double c = (e3 + e2) + lo;
   const int j = (int(int64_t(k)) + off) & 63;
-  const double *w = hpk::vmk::trig_tables::kSinCosTbl[j];
+  const double *w = hpk::vmk::trig_tables::SinCosTbl[j];
   const double r2s = r * r;
   const double S = r2s * (-1.0 / 6 + r2s * (1.0 / 120 + r2s * (-1.0 / 5040 + r2s * 2.7557319223985893e-06)));
   const double C = r2s * (-0.5 + r2s * (1.0 / 24 + r2s * (-1.0 / 720 + r2s * 2.48015873015873e-05)));

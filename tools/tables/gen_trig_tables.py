@@ -3,7 +3,7 @@
 
     python3 tools/tables/gen_trig_tables.py > src/vmk/core/sin/trig_tables.hpp
 
-  kSinCosTbl[j] = {Sh, Sl, Ch, Cl}, j = 0..63: sine and cosine of j*pi/32, each as a double
+  SinCosTbl[j] = {Sh, Sl, Ch, Cl}, j = 0..63: sine and cosine of j*pi/32, each as a double
                   correctly rounded (hi) and the correctly rounded remainder (lo).
   k4OnPiChunks[k] = c_k, k = 0..671: 4/pi = sum_k c_k * 2^(-25k-24), c_k integers
                   below 2^25 (the first holds the integer bit of 4/pi), stored as doubles;
@@ -78,7 +78,7 @@ def main():
     out.append("#pragma once\n")
     out.append("namespace hpk::vmk::trig_tables {\n")
     out.append("// {sin hi, sin lo, cos hi, cos lo} of j pi/32.")
-    out.append("alignas(16) inline constexpr double kSinCosTbl[64][4] = {")
+    out.append("alignas(16) inline constexpr double SinCosTbl[64][4] = {")
     for j in range(64):
         s, c = sin_cos(PI * j // 32)
         # Exact zeros where the value is exactly zero (multiples of pi/2), so that the kernel

@@ -18,6 +18,10 @@ namespace {
 using simd::vd;
 namespace tt = trig_tables;
 
+// The default NaN stored for arguments outside [-1, 1].
+constexpr uint64_t iIndeterminate = 0xFFF8000000000000ull;
+constexpr uint32_t iIndeterminateS = 0xFFC00000u;
+
 template <bool kAcos, class E>
 struct AsinKernel {
   using T = E;
@@ -41,8 +45,8 @@ struct AsinKernel {
       if constexpr (kAcos) y[i] = x > 0 ? E(0) : E(tt::kPiHi + tt::kPiLo);
       else y[i] = E(x > 0 ? tt::kPio2Hi + tt::kPio2Lo : -(tt::kPio2Hi + tt::kPio2Lo));
     } else {
-      if constexpr (sizeof(E) == 8) y[i] = simd::from_bits(uint64_t(0xFFF8000000000000ull));
-      else y[i] = simd::from_bits(uint32_t(0xFFC00000u));
+      if constexpr (sizeof(E) == 8) y[i] = simd::from_bits(iIndeterminate);
+      else y[i] = simd::from_bits(iIndeterminateS);
       report_error<E>(kStatusDomain, i, a, a, y, y, kName);
     }
   }

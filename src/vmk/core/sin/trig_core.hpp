@@ -64,7 +64,7 @@ struct Row {
 
 [[gnu::always_inline]] inline Row<double> row(double t, int off) {
   const int j = (int(uint32_t(simd::bits(t))) + off) & 63;
-  const double *p = trig_tables::kSinCosTbl[j];
+  const double *p = trig_tables::SinCosTbl[j];
   return {p[0], p[1], p[2], p[3]};
 }
 
@@ -72,7 +72,7 @@ struct Row {
   const __m128i b = _mm_castpd_si128((__m128d)t);
   const int j0 = (_mm_cvtsi128_si32(b) + off) & 63;
   const int j1 = (_mm_cvtsi128_si32(_mm_shuffle_epi32(b, 2)) + off) & 63;
-  const double *p0 = trig_tables::kSinCosTbl[j0], *p1 = trig_tables::kSinCosTbl[j1];
+  const double *p0 = trig_tables::SinCosTbl[j0], *p1 = trig_tables::SinCosTbl[j1];
   const __m128d a0 = _mm_load_pd(p0), a1 = _mm_load_pd(p1);
   const __m128d b0 = _mm_load_pd(p0 + 2), b1 = _mm_load_pd(p1 + 2);
   return {(vd)_mm_unpacklo_pd(a0, a1), (vd)_mm_unpackhi_pd(a0, a1), (vd)_mm_unpacklo_pd(b0, b1),
@@ -166,19 +166,26 @@ template <class V>
   e = ((xh * yh - p) + xh * yl + xl * yh) + xl * yl;
 }
 
+// The sine of a row as a normalised pair. Both sums may take the short form: with Sh != 0,
+// |Sh| >= sin(pi/32) > pi/64 >= |Ch r|, and with Sh = 0 the first is exact; the value never
+// cancels (|r| <= pi/64 keeps it off a zero unless Sh = 0), so the high part dominates.
 template <class V>
-[[gnu::always_inline]] inline void from_row_dd(const Row<V> &w, const Arg<V> &a, V s, V c, V &hi, V &lo) {
+[[gnu::always_inline]] inline void from_row_dd(const Row<V> &w, const Arg<V> &a, V s, V c, V &hi,
+                                               V &lo) {
   V p, pe;
   two_prod(w.ch, a.r, p, pe);
   V small = (w.cl * a.r + w.ch * a.c) + w.sl;
   small = small + p * s;
   small = small + w.sh * c;
-  const auto h = simd::two_sum(w.sh, p);
-  const auto n = simd::two_sum(h.hi, h.lo + (pe + small));  // a proper pair for the quotient
-  hi = n.hi;
-  lo = n.lo;
+  const V h = w.sh + p;
+  const V he = (w.sh - h) + p;
+  const V rest = he + (pe + small);
+  hi = h + rest;
+  lo = (h - hi) + rest;
 }
 
+// tan = s / c with one division: q = s (1/c), then one correction step with the exact product
+// q c, which takes the quotient to about 2^-100 relative whatever q's own rounding.
 template <class V>
 [[gnu::always_inline]] inline V tan_eval(V x, V lo, int off, V qoff = V{}) {
   const Arg<V> a = reduce_pio32(x, lo);
@@ -187,11 +194,13 @@ template <class V>
   V sh, sl, ch, cl;
   from_row_dd(row(a.t + qoff, off), a, ps, pc, sh, sl);
   from_row_dd(row(a.t + qoff, off + 16), a, ps, pc, ch, cl);
-  const V t = sh / ch;
+  const V inv = V{} + 1.0;
+  const V rc = inv / ch;
+  const V t = sh * rc;
   V p, pe;
   two_prod(t, ch, p, pe);
   const V num = (((sh - p) - pe) + sl) - t * cl;
-  return t + num / ch;
+  return t + num * rc;
 }
 
 // A double routine on the four lanes of a single vector, widened in two halves and rounded

@@ -5,7 +5,7 @@
 namespace hpk::vmk::trig_tables {
 
 // {sin hi, sin lo, cos hi, cos lo} of j pi/32.
-alignas(16) inline constexpr double kSinCosTbl[64][4] = {
+alignas(16) inline constexpr double SinCosTbl[64][4] = {
     {0x0p+0, 0x0p+0, 0x1.0000000000000p+0, 0x0p+0},
     {0x1.917a6bc29b42cp-4, -0x1.e2718d26ed688p-60, 0x1.fd88da3d12526p-1, -0x1.87df6378811c7p-55},
     {0x1.8f8b83c69a60bp-3, -0x1.26d19b9ff8d82p-57, 0x1.f6297cff75cb0p-1, 0x1.562172a361fd3p-56},
