@@ -136,7 +136,8 @@ HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_TWO, s, SinCos, float)
  * infinity or NaN gives NaN and q = 0). Returns q, whose value mod 4 is the quadrant. */
 HPK_API int32_t hpk_vmk_kernel_reduce_pio2d(double x, double *r);
 
-/* The same for an 80-bit extended x: r[0] + r[1] (r[1] written only when want_lo is not 0). */
+/* The same for an 80-bit extended x: r[0] + r[1] (r[1] written only when want_lo is not 0).
+ * Runs under the caller's x87 state, which must be at 64-bit precision and nearest. */
 HPK_API int32_t hpk_vmk_kernel_reduce_pi04l(long double x, int32_t want_lo, long double *r);
 
 /* This is the baseline build: SSE2 and x87 only. Always 0. */

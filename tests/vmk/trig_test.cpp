@@ -53,7 +53,11 @@ double model_sin(double x, double lo, int off) {
   const double S = r2s * (-1.0 / 6 + r2s * (1.0 / 120 + r2s * (-1.0 / 5040 + r2s * 2.7557319223985893e-06)));
   const double C = r2s * (-0.5 + r2s * (1.0 / 24 + r2s * (-1.0 / 720 + r2s * 2.48015873015873e-05)));
   const double chr = w[2] * r;
-  double small = (w[3] * r + w[2] * c) + w[1];
+  // the rounding error of chr, from halves cut at 26 bits
+  const auto top26 = [](double v) { return from_bits(bits(v) & 0xFFFFFFFFF8000000ull); };
+  const double ah = top26(w[2]), bh = top26(r), al = w[2] - ah, bl = r - bh;
+  const double e = ((ah * bh - chr) + ah * bl + al * bh) + al * bl;
+  double small = ((w[3] * r + w[2] * c) + e) + w[1];
   small = small + chr * S;
   small = small + w[0] * C;
   return w[0] + (chr + small);
