@@ -6,8 +6,9 @@
 //   t  = x * 32/pi + 1.5*2^52;   k = t - 1.5*2^52          (k = x*32/pi rounded to an integer)
 //   r1 = x - k*P1                                          exact: k*P1 is exact (|k| < 2^21,
 //                                                          P1 has 31 bits) and r1 is exact
-//   (r2, e2) = two_sum(r1, -(k*P2))                        k*P2 exact (P2 has 30 bits)
-//   (r,  e3) = two_sum(r2, -(k*P3))                        k*P3 rounded: error below 2^-125
+//   r2 = r1 - k*P2,  e2 = (r1 - r2) - k*P2                 k*P2 exact (P2 has 32 bits); e2 is
+//                                                          the exact error (see fast_diff)
+//   r  = r2 - k*P3,  e3 = (r2 - r) - k*P3                  k*P3 rounded: error below 2^-125
 //   c  = (e3 + e2) + lo                                    the correction term
 // P1 + P2 + P3 is pi/32 within 2^-126.9, so r + c is x - k pi/32 within about 2^-104 for the
 // largest k. The row j = (k + off) mod 64 (off = 16q for a quadrant count q, plus 16 for the
@@ -26,7 +27,7 @@
 // below 2^-70 relative.
 //
 // Tangent: the same sine and cosine, each as a renormalised double-double (Ch*r exact), then a
-// quotient with one correction step: t = s/c, t + ((s - t*c) + s_lo - t*c_lo) / c.
+// quotient with one correction step: q = s (1/c), q + ((s - q*c) + s_lo - q*c_lo) (1/c).
 #pragma once
 
 #include <emmintrin.h>
