@@ -113,6 +113,12 @@ struct TrigRange {
   const vd q = trig::cody_waite(ax, h, l);
   const vd big = (vd)(ax >= 0x1p17);
   const auto flip = [&](vd v) { return (vd)_mm_xor_pd((__m128d)v, (__m128d)sign); };
+  if (simd::movemask(big) == 3) {  // the rule in an array of large arguments
+    hi = flip(h);
+    lo = flip(l);
+    q16 = flip(q);
+    return;
+  }
   hi = flip(simd::select(big, h, ax));
   lo = simd::and_bits(big, flip(l));
   q16 = flip(simd::and_bits(big, q));

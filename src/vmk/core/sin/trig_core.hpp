@@ -281,8 +281,18 @@ template <class V>
   const vd dn = (vd)_mm_cvtepi32_pd(n);
   const vd five = (vd)(ax >= kFiveParts);
   vd p[5];
-  for (int i = 0; i < 5; ++i)
-    p[i] = simd::select(five, simd::splat(kPio4B[i]), simd::splat(kPio4A[i]));
+  // Both lanes on one side is the rule in an array; the per-lane choice is the exception.
+  switch (simd::movemask(five)) {
+    case 0:
+      for (int i = 0; i < 5; ++i) p[i] = simd::splat(kPio4A[i]);
+      break;
+    case 3:
+      for (int i = 0; i < 5; ++i) p[i] = simd::splat(kPio4B[i]);
+      break;
+    default:
+      for (int i = 0; i < 5; ++i)
+        p[i] = simd::select(five, simd::splat(kPio4B[i]), simd::splat(kPio4A[i]));
+  }
   cody_waite_core(ax, dn, p, hi, lo);
   return dn * 8.0;
 }
