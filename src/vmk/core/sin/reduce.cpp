@@ -36,6 +36,14 @@
 #include "vmk/core/sin/trig_tables.hpp"
 
 namespace hpk::vmk::trig {
+
+#define HPK_PAIR(c) simd::vd{c, c}
+const PairConstants kPairs = {HPK_PAIR(db32DivPi), HPK_PAIR(dbSh), HPK_PAIR(dbP1), HPK_PAIR(dbP2),
+                              HPK_PAIR(dbP3),      HPK_PAIR(dbS1), HPK_PAIR(dbS2), HPK_PAIR(dbS3),
+                              HPK_PAIR(dbS4),      HPK_PAIR(dbC1), HPK_PAIR(dbC2), HPK_PAIR(dbC3),
+                              HPK_PAIR(dbC4)};
+#undef HPK_PAIR
+
 namespace {
 
 using simd::bits;

@@ -62,6 +62,21 @@ inline constexpr uint32_t kTinyExp = 0x303;
 
 using simd::vd;
 
+// The constants of the packed route as 16-byte pairs, defined in another unit: the compiler
+// then reads each as a memory operand, where a constant it can see would be rebuilt from a
+// scalar at every use (two instructions in the baseline instruction set).
+struct alignas(16) PairConstants {
+  vd inv32pi, sh, p1, p2, p3, s1, s2, s3, s4, c1, c2, c3, c4;
+};
+extern const PairConstants kPairs;
+
+// A constant as the operand type: the scalar itself, or its pair.
+#define HPK_TRIG_CST(V, name, scalar) \
+  ([]() -> V {                         \
+    if constexpr (sizeof(V) == 8) return scalar; \
+    else return kPairs.name;           \
+  }())
+
 template <class V>
 struct Row {
   V sh, sl, ch, cl;
@@ -109,22 +124,27 @@ template <class V>
 
 template <class V>
 [[gnu::always_inline]] inline Arg<V> reduce_pio32(V x, V lo) {
-  const V t = x * db32DivPi + dbSh;
-  const V k = t - dbSh;
-  const V r1 = x - k * dbP1;
+  const V sh = HPK_TRIG_CST(V, sh, dbSh);
+  const V t = x * HPK_TRIG_CST(V, inv32pi, db32DivPi) + sh;
+  const V k = t - sh;
+  const V r1 = x - k * HPK_TRIG_CST(V, p1, dbP1);
   V r2, e2, r, e3;
-  fast_diff(r1, k * dbP2, r2, e2);
-  fast_diff(r2, k * dbP3, r, e3);
+  fast_diff(r1, k * HPK_TRIG_CST(V, p2, dbP2), r2, e2);
+  fast_diff(r2, k * HPK_TRIG_CST(V, p3, dbP3), r, e3);
   return {t, r, (e3 + e2) + lo};
 }
 
 template <class V>
 [[gnu::always_inline]] inline V poly_s(V r2) {
-  return r2 * (dbS1 + r2 * (dbS2 + r2 * (dbS3 + r2 * dbS4)));
+  return r2 * (HPK_TRIG_CST(V, s1, dbS1) +
+               r2 * (HPK_TRIG_CST(V, s2, dbS2) +
+                     r2 * (HPK_TRIG_CST(V, s3, dbS3) + r2 * HPK_TRIG_CST(V, s4, dbS4))));
 }
 template <class V>
 [[gnu::always_inline]] inline V poly_c(V r2) {
-  return r2 * (dbC1 + r2 * (dbC2 + r2 * (dbC3 + r2 * dbC4)));
+  return r2 * (HPK_TRIG_CST(V, c1, dbC1) +
+               r2 * (HPK_TRIG_CST(V, c2, dbC2) +
+                     r2 * (HPK_TRIG_CST(V, c3, dbC3) + r2 * HPK_TRIG_CST(V, c4, dbC4))));
 }
 
 // The top 26 bits of x (the mantissa's low 27 bits cleared).
