@@ -22,6 +22,19 @@
 #include "vmk/service/thread_state.hpp"
 
 namespace hpk::vmk {
+
+namespace inverse {
+#define HPK_PAIR(a, i) simd::vd{a[i], a[i]}
+#define HPK_PAIRS4(a, i) HPK_PAIR(a, i), HPK_PAIR(a, i + 1), HPK_PAIR(a, i + 2), HPK_PAIR(a, i + 3)
+const vd kAtanPairs[11] = {HPK_PAIRS4(inverse_poly::kAtanPoly, 0), HPK_PAIRS4(inverse_poly::kAtanPoly, 4),
+                           HPK_PAIR(inverse_poly::kAtanPoly, 8), HPK_PAIR(inverse_poly::kAtanPoly, 9),
+                           HPK_PAIR(inverse_poly::kAtanPoly, 10)};
+const vd kAsinPairs[13] = {HPK_PAIRS4(inverse_poly::kAsinPoly, 0), HPK_PAIRS4(inverse_poly::kAsinPoly, 4),
+                           HPK_PAIRS4(inverse_poly::kAsinPoly, 8), HPK_PAIR(inverse_poly::kAsinPoly, 12)};
+#undef HPK_PAIRS4
+#undef HPK_PAIR
+}  // namespace inverse
+
 namespace {
 
 using simd::vd;

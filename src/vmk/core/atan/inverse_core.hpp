@@ -37,9 +37,14 @@ namespace tt = trig_tables;
 [[gnu::always_inline]] inline vd sign_of(vd x) { return simd::and_bits(simd::splat(-0.0), x); }
 [[gnu::always_inline]] inline vd flip(vd v, vd sign) { return (vd)_mm_xor_pd((__m128d)v, (__m128d)sign); }
 
+// The polynomials' coefficients as 16-byte pairs, defined in another unit so that they are
+// read as memory operands (see trig_core.hpp).
+extern const vd kAtanPairs[11];
+extern const vd kAsinPairs[13];
+
 template <int N>
-[[gnu::always_inline]] inline vd horner(const double (&c)[N], vd t) {
-  vd p = simd::splat(c[N - 1]);
+[[gnu::always_inline]] inline vd horner(const vd (&c)[N], vd t) {
+  vd p = c[N - 1];
   for (int i = N - 2; i >= 0; --i) p = c[i] + t * p;
   return p;
 }
@@ -66,7 +71,7 @@ struct AtanParts {
   trig::two_prod(u, den, p, pe);
   const vd u_lo = ((((num - p) - pe) + num_lo) - u * den_lo) / den;
   const vd t = u * u;
-  const vd poly = u * t * horner(inverse_poly::kAtanPoly, t);
+  const vd poly = u * t * horner(kAtanPairs, t);
   const vd c_hi = sel(big, simd::splat(tt::kPio2Hi), sel(mid, tt::kPio4Hi, 0.0));
   const vd c_lo = sel(big, simd::splat(tt::kPio2Lo), sel(mid, tt::kPio4Lo, 0.0));
   return {c_hi, c_lo, u, u_lo * (1.0 - t) + poly};
@@ -121,7 +126,7 @@ struct AsinParts {
   const vd s_lo = ((z - p) - pe) / (s + s);
   const vd w = sel(upper, s, ax);
   const vd t = sel(upper, z, ax * ax);
-  return {upper, w, simd::and_bits(upper, s_lo), w * t * horner(inverse_poly::kAsinPoly, t)};
+  return {upper, w, simd::and_bits(upper, s_lo), w * t * horner(kAsinPairs, t)};
 }
 
 [[gnu::always_inline]] inline vd asin_main(vd x) {

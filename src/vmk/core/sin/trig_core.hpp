@@ -66,7 +66,7 @@ using simd::vd;
 // then reads each as a memory operand, where a constant it can see would be rebuilt from a
 // scalar at every use (two instructions in the baseline instruction set).
 struct alignas(16) PairConstants {
-  vd inv32pi, sh, p1, p2, p3, s1, s2, s3, s4, c1, c2, c3, c4;
+  vd inv32pi, sh, p1, p2, p3, s1, s2, s3, s4, c1, c2, c3, c4, top26;
 };
 extern const PairConstants kPairs;
 
@@ -151,9 +151,7 @@ template <class V>
 [[gnu::always_inline]] inline double top26(double x) {
   return simd::from_bits(simd::bits(x) & 0xFFFFFFFFF8000000ull);
 }
-[[gnu::always_inline]] inline vd top26(vd x) {
-  return simd::and_bits(x, simd::splat(simd::from_bits(0xFFFFFFFFF8000000ull)));
-}
+[[gnu::always_inline]] inline vd top26(vd x) { return simd::and_bits(x, kPairs.top26); }
 
 // The rounding error of the product p = a*b from halves cut by masking: the three leading
 // partial products are exact, the last (below 2^-104 of p) is rounded, which leaves the error
