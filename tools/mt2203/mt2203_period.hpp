@@ -8,8 +8,8 @@
 // GF(2). It divides the characteristic polynomial; when it has degree 2203 and is irreducible it
 // is the characteristic polynomial, which proves the period. Irreducibility of p of prime degree
 // n: p(0) = p(1) = 1 and x^(2^n) = x mod p. Before the 2203 squarings a sieve rejects p as soon
-// as gcd(x^(2^k) - x, p) != 1 for some k <= kSieve (a factor of degree dividing k); almost every
-// reducible candidate leaves at k <= 3. Portable C++; carry-less multiply when built with it.
+// as gcd(x^(2^k) - x, p) != 1 for some k <= kSieve (a factor of degree dividing k); most
+// reducible candidates leave within the first few dozen squarings. Portable C++; carry-less multiply when built with it.
 #pragma once
 
 #ifdef __PCLMUL__
@@ -74,27 +74,70 @@ inline uint64_t spread(uint32_t x) {
   return v;
 }
 
-// Reduction modulo a fixed p of degree kDeg, with p shifted by 0..63 bits prepared once.
-struct Modulus {
-  uint64_t shifted[64][kWords + 1];
-  explicit Modulus(const uint64_t *p) {
-    for (int s = 0; s < 64; ++s) {
-      std::memset(shifted[s], 0, sizeof shifted[s]);
-      xor_shifted(shifted[s], p, kWords, s);
+// Full product of two polynomials of kWords words into kWide words.
+inline void mul_full(const uint64_t *a, const uint64_t *b, uint64_t *v) {
+  std::memset(v, 0, kWide * sizeof(uint64_t));
+#ifdef __PCLMUL__
+  for (int i = 0; i < kWords; ++i) {
+    if (!a[i]) continue;
+    const __m128i x = _mm_cvtsi64_si128(static_cast<long long>(a[i]));
+    for (int j = 0; j < kWords; ++j) {
+      const __m128i r =
+          _mm_clmulepi64_si128(x, _mm_cvtsi64_si128(static_cast<long long>(b[j])), 0x00);
+      v[i + j] ^= static_cast<uint64_t>(_mm_cvtsi128_si64(r));
+      v[i + j + 1] ^= static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(r, r)));
     }
   }
-  // v has kWide words and degree < 2 * kDeg; leaves v mod p in its low kWords words.
-  void reduce(uint64_t *v) const {
+#else
+  for (int i = 0; i < 64 * kWords; ++i)
+    if (bit(a, i)) xor_shifted(v, b, kWords, i);
+#endif
+}
+
+// v >> kDeg, for v of kWide words, into kWords words.
+inline void shift_down(const uint64_t *v, uint64_t *out) {
+  constexpr int ws = kDeg / 64, bs = kDeg % 64;
+  for (int i = 0; i < kWords; ++i) {
+    const uint64_t lo = i + ws < kWide ? v[i + ws] : 0;
+    const uint64_t hi = i + ws + 1 < kWide ? v[i + ws + 1] : 0;
+    out[i] = (lo >> bs) | (bs ? hi << (64 - bs) : 0);
+  }
+}
+
+// Reduction modulo a fixed p of degree n = kDeg by Barrett's method, which is exact over
+// GF(2)[x] for a dividend of degree below 2n: with mu = floor(x^(2n) / p),
+// floor(v / p) = floor(floor(v / x^n) mu / x^n).
+struct Modulus {
+  uint64_t p[kWords], mu[kWords];
+  explicit Modulus(const uint64_t *poly) {
+    std::memcpy(p, poly, sizeof p);
+    std::vector<uint64_t> r(kWide + 2, 0);
+    r[(2 * kDeg) >> 6] |= 1ull << ((2 * kDeg) & 63);
+    std::memset(mu, 0, sizeof mu);
     for (int i = 2 * kDeg; i >= kDeg; --i) {
-      if (!bit(v, i)) continue;
-      const int s = i - kDeg;
-      const uint64_t *q = shifted[s & 63];
-      uint64_t *d = v + (s >> 6);
-      for (int w = 0; w <= kWords; ++w) d[w] ^= q[w];
+      if (!bit(r.data(), i)) continue;
+      mu[(i - kDeg) >> 6] |= 1ull << ((i - kDeg) & 63);
+      xor_shifted(r.data(), p, kWords, i - kDeg);
     }
+  }
+  // v has kWide words and degree < 2 kDeg; leaves v mod p in its low kWords words.
+  void reduce(uint64_t *v) const {
+    uint64_t t[kWords], q[kWords], w[kWide];
+    shift_down(v, t);
+    mul_full(t, mu, w);
+    shift_down(w, q);
+    mul_full(q, p, w);
+    for (int i = 0; i < kWords; ++i) v[i] ^= w[i];
+  }
+  // g = g * h mod p.
+  void multiply(uint64_t *g, const uint64_t *h) const {
+    uint64_t v[kWide];
+    mul_full(g, h, v);
+    reduce(v);
+    std::memcpy(g, v, kWords * sizeof(uint64_t));
   }
   void square(uint64_t *g) const {
-    alignas(16) uint64_t v[kWide + 2] = {};
+    uint64_t v[kWide];
     for (int w = 0; w < kWords; ++w) {
 #ifdef __PCLMUL__
       __m128i a = _mm_cvtsi64_si128(static_cast<long long>(g[w]));
@@ -136,12 +179,23 @@ bool irreducible(const Poly &p) {
   Modulus mod(p.data());
   Poly g(kWords, 0);
   g[0] = 2;  // x
+  // The sieve multiplies x^(2^k) - x over windows of k and takes one gcd per window; the
+  // windows grow, since the chance of a first factor of degree k falls like 1 / k.
+  Poly acc(kWords, 0);
+  acc[0] = 1;
+  int window_end = 2;
   for (int k = 1; k <= kDeg; ++k) {
     mod.square(g.data());
     if (k >= 2 && k <= kSieve) {
       Poly h = g;
       h[0] ^= 2;
-      if (!coprime(h, p)) return false;
+      mod.multiply(acc.data(), h.data());
+      if (k == window_end) {
+        if (!coprime(acc, p)) return false;
+        std::fill(acc.begin(), acc.end(), 0);
+        acc[0] = 1;
+        window_end = std::min(kSieve, window_end < 8 ? window_end + 2 : window_end * 3 / 2);
+      }
     }
   }
   Poly x(kWords, 0);

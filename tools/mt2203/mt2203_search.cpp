@@ -113,8 +113,9 @@ std::vector<uint32_t> tempering_rows(uint32_t mb, uint32_t mc) {
 // k(v): number of leading words whose top v tempered bits stay linearly independent.
 int equi_k(const Responses &resp, const std::vector<uint32_t> &trows, int v) {
   const int limit = std::min(kDeg / v, resp.count);
-  std::vector<uint64_t> pivots(static_cast<size_t>(kDeg) * kWords);
-  std::vector<uint8_t> has(kDeg, 0);
+  static std::vector<uint64_t> pivots(static_cast<size_t>(kDeg) * kWords);
+  static std::vector<uint8_t> has(kDeg);
+  std::fill(has.begin(), has.end(), 0);
   uint64_t row[kWords];
   for (int t = 0; t < limit; ++t) {
     for (int j = kW - 1; j >= kW - v; --j) {
@@ -144,9 +145,15 @@ int equi_k(const Responses &resp, const std::vector<uint32_t> &trows, int v) {
 
 struct Row { int row; uint32_t a, b, c; int k[kEquiV]; };
 
-void measure(Row &r, const Responses &resp) {
+// Fills r.k; stops early (with the remaining k at 0) once the gap reaches `give_up`.
+void measure(Row &r, const Responses &resp, int give_up = 1 << 30) {
   const auto tr = tempering_rows(r.b, r.c);
-  for (int v = 1; v <= kEquiV; ++v) r.k[v - 1] = equi_k(resp, tr, v);
+  int g = 0;
+  for (int v = 1; v <= kEquiV; ++v) r.k[v - 1] = 0;
+  for (int v = 1; v <= kEquiV && g < give_up; ++v) {
+    r.k[v - 1] = equi_k(resp, tr, v);
+    g += kDeg / v - r.k[v - 1];
+  }
 }
 
 int gap(const Row &r) {
@@ -192,7 +199,7 @@ Row search_row(int row) {
     Row c = r;
     c.b = static_cast<uint32_t>(splitmix(s)) & 0xffffff80u;
     c.c = static_cast<uint32_t>(splitmix(s)) & 0xffff8000u;
-    measure(c, resp);
+    measure(c, resp, best < 0 ? 1 << 30 : best);
     if (best < 0 || gap(c) < best) { best = gap(c); r = c; }
   }
   // Then flip single mask bits while that lowers the gap, for at most kClimbPasses passes.
@@ -203,7 +210,7 @@ Row search_row(int row) {
       Row c = r;
       if (bitno < 32) c.b ^= 1u << bitno;
       else c.c ^= 1u << (bitno - 32);
-      measure(c, resp);
+      measure(c, resp, best);
       if (gap(c) < best) { best = gap(c); r = c; improved = true; }
     }
     if (!improved) break;
