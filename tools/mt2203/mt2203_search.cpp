@@ -110,6 +110,10 @@ std::vector<uint32_t> tempering_rows(uint32_t mb, uint32_t mc) {
   return rows;
 }
 
+inline void xor_into(uint64_t *__restrict row, const uint64_t *__restrict src, int from) {
+  for (int w = from; w < kWords; ++w) row[w] ^= src[w];
+}
+
 // k(v): number of leading words whose top v tempered bits stay linearly independent.
 int equi_k(const Responses &resp, const std::vector<uint32_t> &trows, int v) {
   const int limit = std::min(kDeg / v, resp.count);
@@ -122,21 +126,21 @@ int equi_k(const Responses &resp, const std::vector<uint32_t> &trows, int v) {
       std::memset(row, 0, sizeof row);
       for (int i = 0; i < kW; ++i)
         if ((trows[j] >> i) & 1) {
-          const uint64_t *u = resp.at(t, i);
-          for (int w = 0; w < kWords; ++w) row[w] ^= u[w];
+          xor_into(row, resp.at(t, i), 0);
         }
-      for (;;) {
+      // A pivot row has no bit below its pivot, so the lowest set bit only moves up.
+      for (int from = 0;;) {
         int h = -1;
-        for (int w = 0; w < kWords; ++w)
+        for (int w = from; w < kWords; ++w)
           if (row[w]) { h = 64 * w + __builtin_ctzll(row[w]); break; }
+        from = h >> 6;
         if (h < 0) return t;  // dependent: k(v) = t
         if (!has[h]) {
           has[h] = 1;
           std::memcpy(&pivots[static_cast<size_t>(h) * kWords], row, sizeof row);
           break;
         }
-        const uint64_t *p = &pivots[static_cast<size_t>(h) * kWords];
-        for (int w = h >> 6; w < kWords; ++w) row[w] ^= p[w];
+        xor_into(row, &pivots[static_cast<size_t>(h) * kWords], h >> 6);
       }
     }
   }
