@@ -154,7 +154,8 @@ void measure(Row &r, const Responses &resp, int give_up = 1 << 30) {
   const auto tr = tempering_rows(r.b, r.c);
   int g = 0;
   for (int v = 1; v <= kEquiV; ++v) r.k[v - 1] = 0;
-  for (int v = 1; v <= kEquiV && g < give_up; ++v) {
+  // Wide v first: their gaps are the large ones, so a poor candidate is dropped sooner.
+  for (int v = kEquiV; v >= 1 && g < give_up; --v) {
     r.k[v - 1] = equi_k(resp, tr, v);
     g += kDeg / v - r.k[v - 1];
   }
