@@ -234,7 +234,7 @@ Poly berlekamp_massey(const std::vector<uint8_t> &s) {
   std::vector<uint64_t> r(rw, 0);
   for (int i = 0; i < n; ++i)
     if (s[i]) r[(n - 1 - i) >> 6] |= 1ull << ((n - 1 - i) & 63);
-  int L = 0, m = -1;
+  int L = 0, m = -1, bl = 0;
   for (int i = 0; i < n; ++i) {
     // d = sum_{j=0..L} c_j s[i-j]; s[i-j] is bit (n-1-i+j) of r.
     const int off = n - 1 - i;
@@ -248,14 +248,18 @@ Poly berlekamp_massey(const std::vector<uint8_t> &s) {
     }
     // Bits of c above L are zero, so the window beyond i-L contributes nothing.
     if (!(__builtin_popcountll(acc) & 1)) continue;
+    // b has degree at most bl, the length before its last change; only its words are added.
+    const int ws = (i - m) >> 6;
+    const int qw = std::min((bl >> 6) + 1, cw - ws - 1);
     if (2 * L <= i) {
       t = c;
-      xor_shifted(c.data(), b.data(), cw - ((i - m) >> 6) - 1, i - m);
+      xor_shifted(c.data(), b.data(), qw, i - m);
+      bl = L;
       L = i + 1 - L;
       m = i;
       b = t;
     } else {
-      xor_shifted(c.data(), b.data(), cw - ((i - m) >> 6) - 1, i - m);
+      xor_shifted(c.data(), b.data(), qw, i - m);
     }
     if (L > kDeg) return Poly(kWords, 0);
   }
