@@ -6,7 +6,7 @@
 
 namespace hpk::vsk {
 
-// Members 0 to 2444 have proven parameters; later members are not valid ids yet.
-inline constexpr int32_t kMt2203Members = 2445;
+// Members 0 to 3894 have proven parameters; later members are not valid ids yet.
+inline constexpr int32_t kMt2203Members = 3895;
 
 }  // namespace hpk::vsk
