@@ -28,8 +28,9 @@ HPK_API int32_t __vskdBRngMT2203(StreamState *stream, int32_t n, double *r, doub
 HPK_API int32_t __vskiBRngMT2203(StreamState *stream, int32_t n, uint32_t *r);
 
 #define HPK_VSK_MT2203_TABLE_ROWS 6024
-/* matrix_a, mask_b, mask_c of each member. Rows that the parameter search has not reached yet
- * are zero, and the members from the first such row on are not valid ids (see the registry). */
+/* matrix_a, mask_b, mask_c of each member; every row proven to give period 2^2203 - 1 by
+ * tools/mt2203 (a row not yet searched would be zero, and the members from the first such row on
+ * would not be valid ids: see kMt2203Members in the registry). */
 HPK_API extern const uint32_t _vsk_mt2203_table[HPK_VSK_MT2203_TABLE_ROWS][3];
 
 HPK_EXTERN_C_END

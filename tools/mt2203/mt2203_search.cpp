@@ -265,8 +265,11 @@ int emit(const char *path, const char *dir) {
     else std::fprintf(t, "{0x%08xu, 0x%08xu, 0x%08xu},\n", it->second.a, it->second.b, it->second.c);
   }
   std::fprintf(m, "%s#pragma once\n\n#include <cstdint>\n\nnamespace hpk::vsk {\n\n", head);
-  std::fprintf(m, "// Members 0 to %d have proven parameters; later members are not valid ids yet.\n",
-               prefix - 1);
+  if (prefix == 6024)
+    std::fprintf(m, "// All 6024 members have proven parameters.\n");
+  else
+    std::fprintf(m, "// Members 0 to %d have proven parameters; later members are not valid ids yet.\n",
+                 prefix - 1);
   std::fprintf(m, "inline constexpr int32_t kMt2203Members = %d;\n\n}  // namespace hpk::vsk\n",
                prefix);
   std::fclose(t);

