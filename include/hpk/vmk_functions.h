@@ -25,16 +25,26 @@
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.36f, 1.36f, 1.36f)                            \
   X(c, Abs, TO_REAL, HAynn, HAynn, HAynn, 6.0f, 6.0f, 6.0f)                           \
   X(z, Abs, TO_REAL, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                        \
+  X(s, Acos, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
+  X(d, Acos, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Add, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
   X(z, Add, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.56f)                            \
+  X(s, Asin, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
+  X(d, Asin, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(s, Atan, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
+  X(d, Atan, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(s, Atan2, TWO, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
+  X(d, Atan2, TWO, HAynn, HAynn, HAynn, 26.0f, 26.0f, 26.0f)                          \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
   X(c, Conj, ONE, HAynn, HAynn, HAynn, 0.62f, 0.62f, 0.62f)                           \
   X(z, Conj, ONE, HAynn, HAynn, HAynn, 1.24f, 1.24f, 1.24f)                           \
+  X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
+  X(d, Cos, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
@@ -87,6 +97,10 @@
   X(d, Rint, ONE, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                              \
   X(s, Round, ONE, HAynn, HAynn, HAynn, 2.3f, 2.3f, 2.3f)                             \
   X(d, Round, ONE, HAynn, HAynn, HAynn, 5.3f, 5.3f, 5.3f)                             \
+  X(s, Sin, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
+  X(d, Sin, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
+  X(s, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 16.0f, 16.0f, 16.0f)                     \
+  X(d, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 36.0f, 36.0f, 36.0f)                     \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.71f, 0.71f, 0.71f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
@@ -95,6 +109,8 @@
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Sub, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
   X(z, Sub, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.55f)                            \
+  X(s, Tan, ONE, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                            \
+  X(d, Tan, ONE, HAynn, HAynn, HAynn, 45.0f, 45.0f, 45.0f)                            \
   X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
   X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \
