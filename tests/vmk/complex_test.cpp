@@ -704,4 +704,143 @@ TEST(ComplexAbs, AccuracyAgainstMpfr) {
   EXPECT_LE(worst_c, 0.501);
 }
 
+// ---- Arg, CIS -------------------------------------------------------------------------------
+
+namespace polar {
+
+// Parts and arguments of every kind: ordinary, wide, huge (past the reductions' switches),
+// tiny, signed zeros, infinities, NaN.
+double polar_value(std::mt19937_64 &g, int i) {
+  switch (i % 11) {
+    case 0: return 0.0;
+    case 1: return -0.0;
+    case 2: return i % 2 ? kInf : -kInf;
+    case 3: return kNaN;
+    case 4: return random_double(g, 17, 1023);
+    case 5: return random_double(g, -1074, -900);
+    default: return random_double(g, -8, 12);
+  }
+}
+
+TEST(ComplexPolar, ArgIsAtan2OfThePartsAndCisIsSinCosBitForBit) {
+  std::mt19937_64 g(21);
+  const int n = 700;  // more than two stretches of the kernels
+  std::vector<z16> a(n);
+  std::vector<c8> ca(n);
+  std::vector<double> re(n), im(n), x(n), ref(n), s(n), c(n);
+  std::vector<float> cre(n), cim(n), cx(n), cref(n), cs(n), cc(n);
+  for (int i = 0; i < n; ++i) {
+    re[i] = polar_value(g, i);
+    im[i] = polar_value(g, i * 7 + 3);
+    x[i] = std::isinf(re[i]) ? 1.5 : re[i];  // infinities of CIS are tested below
+    a[i] = {re[i], im[i]};
+    cre[i] = float(re[i]);
+    cim[i] = float(im[i]);
+    cx[i] = std::isinf(float(x[i])) ? 0x1.8p100f : float(x[i]);
+    ca[i] = {cre[i], cim[i]};
+  }
+  std::vector<double> y(n);
+  std::vector<float> cy(n);
+  std::vector<z16> w(n);
+  std::vector<c8> cw(n);
+  recorded([&] {
+    _vmkzArg(n, a.data(), y.data());
+    _vmkcArg(n, ca.data(), cy.data());
+    _vmkzCIS(n, x.data(), w.data());
+    _vmkcCIS(n, cx.data(), cw.data());
+  });
+  EXPECT_TRUE(t_reports.empty());
+  _vmkdAtan2(n, im.data(), re.data(), ref.data());
+  _vmksAtan2(n, cim.data(), cre.data(), cref.data());
+  _vmkdSinCos(n, x.data(), s.data(), c.data());
+  _vmksSinCos(n, cx.data(), cs.data(), cc.data());
+  for (int i = 0; i < n; ++i) {
+    EXPECT_EQ(bits(y[i]), bits(ref[i])) << "zArg " << re[i] << " " << im[i];
+    EXPECT_EQ(bits(cy[i]), bits(cref[i])) << "cArg " << cre[i] << " " << cim[i];
+    EXPECT_EQ(bits(w[i].re), bits(c[i])) << "zCIS " << x[i];
+    EXPECT_EQ(bits(w[i].im), bits(s[i])) << "zCIS " << x[i];
+    EXPECT_EQ(bits(cw[i].re), bits(cc[i])) << "cCIS " << cx[i];
+    EXPECT_EQ(bits(cw[i].im), bits(cs[i])) << "cCIS " << cx[i];
+  }
+}
+
+TEST(ComplexPolar, CisOfAnInfinityIsNaNWithStatusOneNaNRaisesNothing) {
+  const int n = 300;
+  std::vector<double> x(n, 0.5);
+  std::vector<float> cx(n, 0.5f);
+  const int at[] = {3, 255, 256, 299};
+  for (int i : at) {
+    x[i] = i % 2 ? kInf : -kInf;
+    cx[i] = float(x[i]);
+  }
+  x[10] = kNaN;
+  cx[10] = NAN;
+  std::vector<z16> y(n);
+  std::vector<c8> cy(n);
+  for (int type = 0; type < 2; ++type) {
+    recorded([&] {
+      if (type == 0) _vmkzCIS(n, x.data(), y.data());
+      else _vmkcCIS(n, cx.data(), cy.data());
+    });
+    ASSERT_EQ(t_reports.size(), std::size(at));
+    for (std::size_t r = 0; r < std::size(at); ++r) {
+      EXPECT_EQ(t_reports[r].code, 1);
+      EXPECT_EQ(t_reports[r].index, at[r]);
+      EXPECT_EQ(t_reports[r].name, type == 0 ? "vzCIS" : "vcCIS");
+    }
+    for (int i : at) {
+      EXPECT_TRUE(type == 0 ? std::isnan(y[i].re) && std::isnan(y[i].im)
+                            : std::isnan(cy[i].re) && std::isnan(cy[i].im));
+    }
+    EXPECT_TRUE(type == 0 ? std::isnan(y[10].re) && std::isnan(y[10].im)
+                          : std::isnan(cy[10].re) && std::isnan(cy[10].im));
+    EXPECT_EQ(type == 0 ? y[11].re : double(cy[11].re), type == 0 ? std::cos(0.5) : double(std::cos(0.5f)));
+  }
+}
+
+TEST(ComplexPolar, AccuracyAgainstMpfr) {
+  std::mt19937_64 g(8);
+  const int n = 20000;
+  std::vector<z16> a(n), w(n);
+  std::vector<c8> ca(n), cw(n);
+  std::vector<double> y(n), x(n);
+  std::vector<float> cy(n), cx(n);
+  for (int i = 0; i < n; ++i) {
+    a[i] = {random_double(g, -1074, 1023), random_double(g, -1074, 1023)};
+    if (i % 2) a[i] = {random_double(g, -10, 10), random_double(g, -10, 10)};
+    ca[i] = {float(random_double(g, -149, 127)), float(random_double(g, -20, 20))};
+    x[i] = i % 3 ? random_double(g, -30, 40) : random_double(g, -1074, 1023);
+    cx[i] = float(i % 3 ? random_double(g, -30, 30) : random_double(g, -149, 127));
+  }
+  _vmkzArg(n, a.data(), y.data());
+  _vmkcArg(n, ca.data(), cy.data());
+  _vmkzCIS(n, x.data(), w.data());
+  _vmkcCIS(n, cx.data(), cw.data());
+  double worst[4] = {0, 0, 0, 0};  // zArg, cArg, zCIS, cCIS
+  mpfr_t u, v, r;
+  mpfr_inits2(300, u, v, r, (mpfr_ptr)nullptr);
+  for (int i = 0; i < n; ++i) {
+    mpfr_set_d(u, a[i].im, MPFR_RNDN);
+    mpfr_set_d(v, a[i].re, MPFR_RNDN);
+    mpfr_atan2(r, u, v, MPFR_RNDN);
+    worst[0] = std::max(worst[0], hpk::oracle::ulp_error(y[i], r));
+    mpfr_set_d(u, ca[i].im, MPFR_RNDN);
+    mpfr_set_d(v, ca[i].re, MPFR_RNDN);
+    mpfr_atan2(r, u, v, MPFR_RNDN);
+    worst[1] = std::max(worst[1], hpk::oracle::ulp_error(cy[i], r));
+    mpfr_set_d(u, x[i], MPFR_RNDN);
+    mpfr_sin_cos(v, r, u, MPFR_RNDN);
+    worst[2] = std::max({worst[2], hpk::oracle::ulp_error(w[i].re, r), hpk::oracle::ulp_error(w[i].im, v)});
+    mpfr_set_d(u, cx[i], MPFR_RNDN);
+    mpfr_sin_cos(v, r, u, MPFR_RNDN);
+    worst[3] = std::max({worst[3], hpk::oracle::ulp_error(cw[i].re, r), hpk::oracle::ulp_error(cw[i].im, v)});
+  }
+  mpfr_clears(u, v, r, (mpfr_ptr)nullptr);
+  std::printf("zArg max %.3f ulp, cArg %.3f, zCIS %.3f (both parts), cCIS %.3f over %d elements\n",
+              worst[0], worst[1], worst[2], worst[3], n);
+  for (double w_ulp : worst) EXPECT_LE(w_ulp, 1.0);
+}
+
+}  // namespace polar
+
 }  // namespace
