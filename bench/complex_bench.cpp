@@ -1,6 +1,7 @@
 // The complex arithmetic and polar family against the plain std::complex loop a user would
 // write (GCC's operators: the textbook formulas with a library call only when a product comes
-// out NaN; division scaled by the larger part of the divisor; std::abs by hypot).
+// out NaN; division scaled by the larger part of the divisor; std::abs by hypot; std::arg by
+// atan2; std::polar by cos and sin).
 #include <benchmark/benchmark.h>
 
 #include <complex>
@@ -64,7 +65,21 @@ void BM_kernel_one(benchmark::State &st, void (*k)(int, const CK *, CK *)) {
   st.SetItemsProcessed(st.iterations() * n);
 }
 
-enum class Op { Add, Mul, MulByConj, Div, Abs, Conj };
+// CIS from the real parts of a (the same arguments as the std::polar loop).
+template <class CK>
+void BM_kernel_cis(benchmark::State &st, void (*k)(int, const PartOf<CK> *, CK *)) {
+  using R = PartOf<CK>;
+  const int n = int(st.range(0));
+  Arrays<R> v(n);
+  for (int i = 0; i < n; ++i) v.r[i] = v.a[i].real();
+  for (auto _ : st) {
+    k(n, v.r.data(), reinterpret_cast<CK *>(v.y.data()));
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * n);
+}
+
+enum class Op { Add, Mul, MulByConj, Div, Abs, Conj, Arg, Cis };
 
 template <class R, Op op>
 void BM_std(benchmark::State &st) {
@@ -80,6 +95,8 @@ void BM_std(benchmark::State &st) {
       else if constexpr (op == Op::MulByConj) y[i] = a[i] * std::conj(b[i]);
       else if constexpr (op == Op::Div) y[i] = a[i] / b[i];
       else if constexpr (op == Op::Abs) r[i] = std::abs(a[i]);
+      else if constexpr (op == Op::Arg) r[i] = std::arg(a[i]);
+      else if constexpr (op == Op::Cis) y[i] = std::polar(R(1), a[i].real());
       else y[i] = std::conj(a[i]);
     }
     benchmark::ClobberMemory();
@@ -107,6 +124,14 @@ BENCHMARK_CAPTURE(BM_kernel_to_real, cAbs, _vmkcAbs)->Arg(1000);
 BENCHMARK(BM_std<float, Op::Abs>)->Name("std_cAbs")->Arg(1000);
 BENCHMARK_CAPTURE(BM_kernel_to_real, zAbs, _vmkzAbs)->Arg(1000);
 BENCHMARK(BM_std<double, Op::Abs>)->Name("std_zAbs")->Arg(1000);
+BENCHMARK_CAPTURE(BM_kernel_to_real, cArg, _vmkcArg)->Arg(1000);
+BENCHMARK(BM_std<float, Op::Arg>)->Name("std_cArg")->Arg(1000);
+BENCHMARK_CAPTURE(BM_kernel_to_real, zArg, _vmkzArg)->Arg(1000);
+BENCHMARK(BM_std<double, Op::Arg>)->Name("std_zArg")->Arg(1000);
+BENCHMARK_CAPTURE(BM_kernel_cis, cCIS, _vmkcCIS)->Arg(1000);
+BENCHMARK(BM_std<float, Op::Cis>)->Name("std_cCIS")->Arg(1000);
+BENCHMARK_CAPTURE(BM_kernel_cis, zCIS, _vmkzCIS)->Arg(1000);
+BENCHMARK(BM_std<double, Op::Cis>)->Name("std_zCIS")->Arg(1000);
 BENCHMARK_CAPTURE(BM_kernel_one, cConj, _vmkcConj)->Arg(1000);
 BENCHMARK(BM_std<float, Op::Conj>)->Name("std_cConj")->Arg(1000);
 BENCHMARK_CAPTURE(BM_kernel_one, zConj, _vmkzConj)->Arg(1000);

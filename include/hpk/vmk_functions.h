@@ -31,8 +31,8 @@
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Add, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
   X(z, Add, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.56f)                            \
-  X(c, Arg, TO_REAL, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                        \
-  X(z, Arg, TO_REAL, HAynn, HAynn, HAynn, 40.0f, 40.0f, 40.0f)                        \
+  X(c, Arg, TO_REAL, HAynn, HAynn, HAynn, 69.9f, 69.9f, 69.9f)                        \
+  X(z, Arg, TO_REAL, HAynn, HAynn, HAynn, 65.8f, 65.8f, 65.8f)                        \
   X(s, Asin, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Asin, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
   X(s, Atan, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
@@ -43,8 +43,8 @@
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
-  X(c, CIS, CIS, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                            \
-  X(z, CIS, CIS, HAynn, HAynn, HAynn, 40.0f, 40.0f, 40.0f)                            \
+  X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
+  X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
   X(c, Conj, ONE, HAynn, HAynn, HAynn, 0.62f, 0.62f, 0.62f)                           \
   X(z, Conj, ONE, HAynn, HAynn, HAynn, 1.24f, 1.24f, 1.24f)                           \
   X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
