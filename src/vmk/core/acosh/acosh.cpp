@@ -1,0 +1,67 @@
+// Acosh, d and s (the single kernel on widened lanes, rounded once).
+//
+//   1 <= x < 2^28:  ln(w), w = x + sqrt(x^2 - 1) as a double-double:
+//                   (s, se) = x^2 exactly (two_sqr), (h, e) = TwoSum(s, -1), l = e + se, so
+//                   x^2 - 1 = h + l exactly: no cancellation next to 1, where it is 2t + t^2
+//                   for x = 1 + t;  (q, c) = sqrt_parts(h, l);  (wh, e2) = TwoSum(x, q),
+//                   wl = e2 + c;  then log_parts(wh, wl / wh, 0). Next to 1, w = 1 + sqrt(2t)
+//                   + ... falls in the logarithm's rows 0 and 512 with N = 0, where its leading
+//                   term is exact; the error before the final rounding is below 2^-56 of the
+//                   result, down to Acosh(1 + 2^-52) = 2^-25.5.
+//   x >= 2^28:      ln(2x) = log_parts(x, 0, 1): the dropped 1/(4x^2) is below 2^-58 of it
+// Double main route: 1 <= x < +inf (top word, sign included, in [0x3FF00000, 0x7FF00000)). The
+// scalar routine takes the rest: NaN -> quieted, no status; +inf -> +inf; x < 1 (-inf included)
+// -> the default NaN with status 1. Single main route: 1 <= x < +inf. Acosh(1) = +0.
+#include "vmk/core/heap/real/hyperbolic_core.hpp"
+#include "vmk/core/heap/real/hyperbolic_kernel.hpp"
+
+namespace hpk::vmk::hyperbolic {
+namespace {
+
+struct Acosh {
+  static constexpr const char *kName[2] = {"vsAcosh", "vdAcosh"};
+  static constexpr uint32_t kSignMask = 0xFFFFFFFF;
+  struct D {
+    static constexpr uint32_t kLo = 0x3FF00000, kEnd = 0x7FF00000;
+  };
+  struct S {
+    static constexpr uint32_t kLo = 0x3F800000, kEnd = 0x7F800000;
+  };
+
+  [[gnu::always_inline]] static vd main(vd x) {
+    const vd big = (vd)(x >= 0x1p28);
+    const vd xs = simd::vmin(x, c2(0x1p28));  // keeps x^2 finite on the lanes that drop it
+    const vdd s = simd::two_sqr(xs);
+    const vdd h = fast_two_sum(s.hi, c2(-1.0));  // x^2 >= 1
+    const vdd q = sqrt_parts(h.hi, h.lo + s.lo);
+    const vdd w = fast_two_sum(xs, q.hi);
+    const vd wl = w.lo + q.lo;
+    const vd wh = simd::select(big, x, w.hi);
+    const vd rel = simd::andnot_bits(big, wl / w.hi);
+    const vdd l = log_parts(wh, rel, simd::and_bits(big, c2(1.0)));
+    return l.hi + l.lo;
+  }
+
+  static double scalar(double x, int &status) {
+    status = 0;
+    if (x != x) return x + x;
+    if (x < 1.0) {
+      status = kStatusDomain;
+      return kDefaultNaN;
+    }
+    if (x == __builtin_inf()) return x;
+    return main(simd::splat(x))[0];
+  }
+};
+
+}  // namespace
+}  // namespace hpk::vmk::hyperbolic
+
+extern "C" {
+void hpk_vmk_kernel_dAcosh_EXHAynn(int n, const double *a, double *y) {
+  hpk::vmk::hyperbolic::run<double, hpk::vmk::hyperbolic::Acosh>(n, a, y);
+}
+void hpk_vmk_kernel_sAcosh_EXHAynn(int n, const float *a, float *y) {
+  hpk::vmk::hyperbolic::run<float, hpk::vmk::hyperbolic::Acosh>(n, a, y);
+}
+}
