@@ -20,6 +20,7 @@ namespace {
 
 struct Acosh {
   static constexpr const char *kName[2] = {"vsAcosh", "vdAcosh"};
+  static constexpr bool kOdd = false;
   static constexpr uint32_t kSignMask = 0xFFFFFFFF;
   struct D {
     static constexpr uint32_t kLo = 0x3FF00000, kEnd = 0x7FF00000;

@@ -19,6 +19,7 @@ namespace {
 
 struct Asinh {
   static constexpr const char *kName[2] = {"vsAsinh", "vdAsinh"};
+  static constexpr bool kOdd = true;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
   struct D {
     static constexpr uint32_t kLo = 0x3E300000, kEnd = 0x7FF00000;

@@ -21,6 +21,7 @@ namespace {
 
 struct Atanh {
   static constexpr const char *kName[2] = {"vsAtanh", "vdAtanh"};
+  static constexpr bool kOdd = true;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
   struct D {
     static constexpr uint32_t kLo = 0x3E300000, kEnd = 0x3FF00000;

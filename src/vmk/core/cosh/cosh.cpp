@@ -18,6 +18,7 @@ namespace {
 
 struct Cosh {
   static constexpr const char *kName[2] = {"vsCosh", "vdCosh"};
+  static constexpr bool kOdd = false;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
   struct D {
     static constexpr uint32_t kLo = 0, kEnd = 0x40862E42;

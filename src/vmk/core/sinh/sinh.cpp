@@ -20,6 +20,7 @@ namespace {
 
 struct Sinh {
   static constexpr const char *kName[2] = {"vsSinh", "vdSinh"};
+  static constexpr bool kOdd = true;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
   struct D {
     static constexpr uint32_t kLo = 0x3E300000, kEnd = 0x40862E42;

@@ -21,6 +21,7 @@ namespace {
 
 struct Tanh {
   static constexpr const char *kName[2] = {"vsTanh", "vdTanh"};
+  static constexpr bool kOdd = true;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
   struct D {
     static constexpr uint32_t kLo = 0x3E300000, kEnd = 0x40360000;

@@ -3,6 +3,7 @@
 //
 // A function F provides:
 //   kName[2]                       {"vs...", "vd..."}
+//   kOdd                           an odd function, whose tiny arguments are their own results
 //   kSignMask                      0x7FFFFFFF (odd and even functions) or 0xFFFFFFFF (Acosh)
 //   D::kLo, D::kEnd, S::kLo, S::kEnd
 //                                  main route: top word (sign masked) in [kLo, kEnd); the
@@ -40,6 +41,13 @@ struct Kernel {
   [[gnu::always_inline]] static V main(V x) { return on_double_lanes(x, F::main); }
 
   static void rare(E x, int i, const E *a, E *y) {
+    // A single zero or denormal of an odd function is its own result: stored as it is, since
+    // widening and narrowing would flush it under denormals-are-zero.
+    if constexpr (!kDouble && F::kOdd)
+      if ((simd::bits(x) & 0x7FFFFFFFu) < 0x00800000u) {
+        y[i] = x;
+        return;
+      }
     int status;
     const E r = E(F::scalar(double(x), status));
     y[i] = r;
