@@ -172,14 +172,29 @@ inline constexpr LogPartsConstants kLogParts = {
   return {hi, lo};
 }
 
-// sqrt(h + l) as (q, corr), q = sqrt(h) rounded and corr the first-order correction
-// (h - q^2 + l) / 2q, with q^2 exact by two_sqr; h >= 0. The tiny addend keeps h = 0 from
-// dividing 0 by 0 (it is below half an ulp of 2q for every other h the kernels give).
+// sqrt(h + l) = q + num / 2q to 2^-104 relative, q = sqrt(h) rounded, num = h - q^2 + l with
+// q^2 exact by two_sqr; h >= 0. The caller divides, so that it can share the division.
 [[gnu::always_inline]] inline vdd sqrt_parts(vd h, vd l) {
   const vd q = simd::vsqrt(h);
   const vdd qq = simd::two_sqr(q);
-  const vd corr = (((h - qq.hi) - qq.lo) + l) / (q + q + c2(0x1p-1000));
-  return {q, corr};
+  return {q, ((h - qq.hi) - qq.lo) + l};
+}
+
+// ln(x + sqrt(h + l)) + extra ln 2 for x >= 0, h + l > 0 or (x >= 1, h + l >= 0), as a pair:
+//   (q, num) = sqrt_parts(h, l);  (wh, e) = TwoSum(x, q) (ordered by `q_larger`);
+//   w = wh + (e + num / 2q), and the low part's relative size (e + num / 2q) / wh is taken in
+//   one division as (2q e + num) / (2q wh), whose roundings (2^-52 relative) act on a term of
+//   at most 2^-52: below 2^-102 of w. A tiny addend keeps q = 0 (h = l = 0, Acosh of 1) from
+//   dividing 0 by 0; it is below half an ulp of 2q wh for every other input.
+// `wide` lanes (|x| >= 2^28) drop the square root: w = 2x exactly enough, as ln x + ln 2.
+template <bool q_larger>
+[[gnu::always_inline]] inline vdd log_of_sum_with_root(vd x, vd h, vd l, vd wide, vd x_wide) {
+  const vdd q = sqrt_parts(h, l);
+  const vdd w = q_larger ? fast_two_sum(q.hi, x) : fast_two_sum(x, q.hi);
+  const vd q2 = q.hi + q.hi;
+  const vd rel = (q2 * w.lo + q.lo) / (q2 * w.hi + c2(0x1p-1000));
+  return log_parts(simd::select(wide, x_wide, w.hi), simd::andnot_bits(wide, rel),
+                   simd::and_bits(wide, c2(1.0)));
 }
 
 // e^ax / 2 for ax from 709.78 on (Sinh, Cosh near overflow, where e^-ax is far below half an
