@@ -14,7 +14,7 @@ int ref_asinh(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_asinh(r, a,
 int ref_acosh(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_acosh(r, a, m); }
 int ref_atanh(mpfr_ptr r, mpfr_srcptr a, mpfr_rnd_t m) { return mpfr_atanh(r, a, m); }
 
-// Route boundaries of the double kernels (2^-28, 1/32, 1/8, 1/4, 22, 709.78125, 2^28) with
+// Route boundaries of the double kernels (2^-28, 1/32, 1/8, 1/4, 22, 709.78125, 2^511) with
 // their neighbours, the double and single overflow thresholds of Sinh and Cosh, and the edges
 // of the domains.
 const std::vector<double> kHyperSpecials = {
@@ -23,7 +23,7 @@ const std::vector<double> kHyperSpecials = {
     0.03125, 0x1.fffffffffffffp-6, 0.125, 0x1.fffffffffffffp-4, 0.25, 0x1.fffffffffffffp-3,
     0.5, 22.0, 0x1.5ffffffffffffp+4, 19.0, 89.0, 89.41598629223294, 89.415985107421875,
     89.41599273681641, 709.78125, 0x1.62e41ffffffffp+9, 710.4758600739439, 710.475860073944,
-    710.4758600739438, 711.0, 0x1p28, 0x1.fffffffffffffp+27, 0x1p511, 0x1p600,
+    710.4758600739438, 711.0, 0x1p28, 0x1.fffffffffffffp+27, 0x1p511, 0x1.fffffffffffffp+510, 0x1p600,
     0x1.0000000000001p+0, 0x1.0000000000002p+0, 1.0 + 0x1p-30, 0x1.fffffffffffffp-1,
     -0x1.fffffffffffffp-1, 0x1.ffffffffffffep-1, 0.9999999, 1.0000001, 1.5, 2.0};
 

@@ -1,16 +1,16 @@
 // Asinh, d and s (the single kernel on widened lanes, rounded once). No status.
 //
 //   |x| < 1/32:  x + x^3 S(x^2), S the Taylor series to x^11 (truncation below 2^-62 of x)
-//   |x| < 2^28:  ln(w), w = |x| + sqrt(x^2 + 1) as a double-double:
-//                (s, se) = x^2 exactly (two_sqr), (h, e) = TwoSum(1, s), l = e + se;
+//   otherwise:   ln(w), w = |x| + sqrt(x^2 + 1) as a double-double:
+//                (s, se) = x^2 exactly (exact_sqr), (h, e) = TwoSum(1, s), l = e + se;
 //                then log_of_sum_with_root (w = |x| + sqrt(h + l) as a pair, and its
 //                logarithm as a pair): no cancellation (w >= 1.03, ln w >= 1/32), the
 //                error before the final rounding is below 2^-57 of the result
-//   |x| >= 2^28: ln(2|x|) = log_parts(|x|, 0, 1): the dropped 1/(4x^2) is below 2^-58 of it
 // The sign is put back on the magnitude's result.
-// Double main route: |x| from 2^-28 up to the infinities (top word in [0x3E300000,
-// 0x7FF00000)); the scalar routine takes NaN (quieted), +-inf (themselves) and |x| < 2^-28 (x
-// itself: x^3/6 is below a quarter ulp; denormals stay exact). Single main route: 2^-12 <= |x|.
+// Double main route: 2^-28 <= |x| < 2^511 (top word in [0x3E300000, 0x5FE00000)), where x^2
+// is finite; the scalar routine takes NaN (quieted), +-inf (themselves), |x| < 2^-28 (x
+// itself: x^3/6 is below a quarter ulp; denormals stay exact) and |x| >= 2^511 (ln 2|x|: the
+// dropped 1/(4x^2) is far below an ulp). Single main route: 2^-12 <= |x|.
 #include "vmk/core/heap/real/hyperbolic_core.hpp"
 #include "vmk/core/heap/real/hyperbolic_kernel.hpp"
 
@@ -22,7 +22,7 @@ struct Asinh {
   static constexpr bool kOdd = true;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
   struct D {
-    static constexpr uint32_t kLo = 0x3E300000, kEnd = 0x7FF00000;
+    static constexpr uint32_t kLo = 0x3E300000, kEnd = 0x5FE00000;
   };
   struct S {
     static constexpr uint32_t kLo = 0x39800000, kEnd = 0x7F800000;
@@ -31,11 +31,9 @@ struct Asinh {
   [[gnu::always_inline]] static vd main(vd x) {
     const vd ax = vabs(x);
     const vd small = odd_series(ax, ax * ax, hyperbolic_tables::kAsinhPoly);
-    const vd big = (vd)(ax >= 0x1p28);
-    const vd xs = simd::vmin(ax, c2(0x1p28));  // keeps x^2 finite on the lanes that drop it
-    const vdd s = simd::two_sqr(xs);
-    const vdd h = simd::two_sum(c2(1.0), s.hi);
-    const vdd l = log_of_sum_with_root<true>(xs, h.hi, h.lo + s.lo, big, ax);
+    const vdd s = exact_sqr(ax);
+    const vdd h = fast_two_sum(simd::vmax(s.hi, c2(1.0)), simd::vmin(s.hi, c2(1.0)));
+    const vdd l = log_of_sum_with_root<true, false>(ax, h.hi, h.lo + s.lo);
     return with_sign(simd::select((vd)(ax < 0.03125), small, l.hi + l.lo), sign_of(x));
   }
 
@@ -51,6 +49,7 @@ struct Asinh {
     const double ax = __builtin_fabs(x);
     if (x != x) return x + x;
     if (ax < 0x1p-28 || ax == __builtin_inf()) return x;
+    if (ax >= 0x1p511) return __builtin_copysign(log_twice(x), x);
     return main(simd::splat(x))[0];
   }
 };

@@ -5,7 +5,7 @@
 //                 (nh, nl) = TwoSum(1, |x|), (dh, dl) = TwoSum(1, -|x|) (exact from |x| = 1/2
 //                 on, so next to 1 the pole is taken exactly); q0 = nh / dh,
 //                 (ph, pl) = TwoProd(q0, dh), rho = (((nh - ph) - pl) + nl) - q0 dl,
-//                 the quotient is q0 (1 + rho / nh) to 2^-100; then log_parts(q0, rho / nh, 0),
+//                 the quotient is q0 (1 + rho / nh) to 2^-100; then log_parts(q0, rho / nh),
 //                 halved exactly. No cancellation (the quotient is above 1.06): the error
 //                 before the final rounding is below 2^-57 of the result.
 // The sign is put back on the magnitude's result.
@@ -38,7 +38,7 @@ struct Atanh {
     const vd q0 = n.hi / d.hi;
     const vdd p = two_prod(q0, d.hi);
     const vd rho = (((n.hi - p.hi) - p.lo) + n.lo) - q0 * d.lo;
-    const vdd l = log_parts(q0, rho / n.hi, c2(0.0));
+    const vdd l = log_parts<false>(q0, rho / n.hi);
     const vd large = (l.hi + l.lo) * c2(0.5);
     return with_sign(simd::select((vd)(ax < 0.03125), small, large), sign_of(x));
   }

@@ -17,11 +17,12 @@
 //   of the polynomial (below 2^-60 relative on |r| <= ln2/128) and two roundings of at most
 //   2^-60 of hi: pos and neg are each within 2^-58.5 of their value, relative.
 //
-// log_parts(wh, rel, extra), wh positive normal, rel = wl / wh the relative size of a low part:
-//   ln(wh + wl) + extra ln 2 = hi + lo, with the logarithm's table and polynomial: Y, Yhi, N,
+// log_parts<kExactRows>(wh, rel), wh positive normal, rel = wl / wh the relative size of a low
+// part: ln(wh + wl) = hi + lo, with the logarithm's table and polynomial: Y, Yhi, N,
 //   row, rcp, Rhi = Yhi rcp - 1 (exact), Rlo = (Y - Yhi) rcp, R = Rhi + Rlo, as in the packed
-//   logarithm; then with A = (N + extra) Ln2hi + T_hi (exact) and Alo = (N + extra) Ln2lo + T_lo:
-//     hi  = A + Rhi (+ Rlo on the rows where Alo = 0, whose R = Rhi + Rlo is exact)
+//   logarithm; then with A = N Ln2hi + T_hi (exact) and Alo = N Ln2lo + T_lo:
+//     hi  = A + Rhi (+ Rlo on the rows where Alo = 0, whose R = Rhi + Rlo is exact, when
+//           kExactRows: results next to 0 need it, those of w >= 1.03 do not)
 //     lo  = (Alo + err) + Rlo (on the other rows) + rel + R^2 P(R)
 //   ln(1 + rel) is taken as rel (|rel| <= 2^-52, the square is below 2^-104), and rel is left out
 //   of P's argument (an error of rel R <= 2^-62 relative). The absolute error is below 2^-62
@@ -103,20 +104,22 @@ struct ExpParts {
 template <bool kNeg>
 [[gnu::always_inline]] inline ExpParts exp_parts(vd ax) {
   using namespace exp_core;
-  const vd rs = c2(s_dwRS);
-  const vd t = ax * c2(s_dwInvLn) + rs;
-  const vd kd = t - rs;
-  const vd r = (ax - kd * c2(simd::from_bits(s_dwLnHi))) - kd * c2(simd::from_bits(s_dwLnLo));
+  const ExpConstants *cp = &kExpConstants;  // memory operands, as in log_parts
+  __asm__ volatile("" : "+r"(cp));
+  const ExpConstants &c = *cp;
+  const vd t = ax * c.inv_ln + c.rs;
+  const vd kd = t - c.rs;
+  const vd r = (ax - kd * c.ln_hi) - kd * c.ln_lo;
   const vd r2 = r * r;
-  const vd odd = r + (r * r2) * (c2(A3) + r2 * c2(A5));
-  const vd even = r2 * (c2(A2) + r2 * c2(A4));
+  const vd odd = r + (r * r2) * (c.a3 + r2 * c.a5);
+  const vd even = r2 * (c.a2 + r2 * c.a4);
   ExpParts e;
   const vdd P = rows64(t);
   const vd sp = scale_of<kNeg ? -1 : 0>(t);
   e.pos_hi = P.hi * sp;
   e.pos_lo = (P.lo + P.hi * (odd + even)) * sp;
   if constexpr (kNeg) {
-    const vd tn = simd::vmax(-kd, c2(-6400.0)) + rs;
+    const vd tn = simd::vmax(-kd, c2(-6400.0)) + c.rs;
     const vdd Q = rows64(tn);
     const vd sn = scale_of<-1>(tn);
     e.neg_hi = Q.hi * sn;
@@ -125,26 +128,20 @@ template <bool kNeg>
   return e;
 }
 
-struct alignas(16) LogPartsConstants {
-  vul fraction, one_exp, yhi_mask;
-  vi nsub_top, row_mask1, row_round, row_mask2;
-};
-inline constexpr vi i4(uint32_t u) { return vi{int(u), int(u), int(u), int(u)}; }
-inline constexpr LogPartsConstants kLogParts = {
-    u2(ln_core::kFraction), u2(ln_core::kOneExp), u2(ln_core::dbYHiMask),
-    i4(ln_core::kNSubTop),  i4(0xFFC00),          i4(0x400),
-    i4(0x1FF800)};
-
-[[gnu::always_inline]] inline vdd log_parts(vd wh, vd rel, vd extra) {
+template <bool kExactRows>
+[[gnu::always_inline]] inline vdd log_parts(vd wh, vd rel) {
   using namespace ln_core;
-  const LogPartsConstants &c = kLogParts;
+  // The logarithm's loop constants through an opaque pointer: memory operands of the
+  // arithmetic, instead of registers hoisted out of the loop and spilled by the four chains.
+  const LogConstants *cp = &kLnConstants;
+  __asm__ volatile("" : "+r"(cp));
+  const LogConstants &c = *cp;
   const double *tab = LnTraits::table;
   const vul ux = (vul)wh;
   const vd Y = (vd)((ux & c.fraction) | c.one_exp);
   const vd Yhi = (vd)((vul)Y & c.yhi_mask);
   const __m128i top = _mm_shuffle_epi32((__m128i)wh, _MM_SHUFFLE(3, 1, 3, 1));
-  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nsub_top), 20)) +
-               extra;
+  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nsub_top), 20));
   const __m128i off = _mm_srli_epi32(
       _mm_and_si128(_mm_add_epi32(_mm_and_si128(top, (__m128i)c.row_mask1), (__m128i)c.row_round),
                     (__m128i)c.row_mask2),
@@ -157,44 +154,72 @@ inline constexpr LogPartsConstants kLogParts = {
   const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(r0), r1);
   const vd Thi = (vd)_mm_unpacklo_pd(b0, b1), Tlo = (vd)_mm_unpackhi_pd(b0, b1);
 
-  const vd Rhi = Yhi * rcp - c2(1.0);
+  const vd Rhi = Yhi * rcp - c.one;
   const vd Rlo = (Y - Yhi) * rcp;
   const vd R = Rhi + Rlo;
   const vd R2 = R * R;
-  const vd Alo = N * c2(simd::from_bits(LnTraits::lo_bits)) + Tlo;
-  const vd exact = (vd)(Alo == 0.0);
-  const vd A = N * c2(simd::from_bits(LnTraits::hi_bits)) + Thi;
+  const vd Alo = N * c.ln2lo + Tlo;
+  const vd A = N * c.ln2hi + Thi;
   const vd hi0 = A + Rhi;
   const vd err = (A - hi0) + Rhi;
-  const vd hi = hi0 + simd::and_bits(exact, Rlo);
-  const vd lo = (((Alo + err) + simd::andnot_bits(exact, Rlo)) + rel) +
-                R2 * ((c2(dbP1) + R * c2(dbP2)) + R2 * (c2(dbP3) + R * c2(dbP4)));
-  return {hi, lo};
+  const vd poly = R2 * ((c.p1 + R * c.p2) + R2 * (c.p3 + R * c.p4));
+  if constexpr (kExactRows) {
+    const vd exact = (vd)(Alo == 0.0);
+    const vd hi = hi0 + simd::and_bits(exact, Rlo);
+    const vd lo = (((Alo + err) + simd::andnot_bits(exact, Rlo)) + rel) + poly;
+    return {hi, lo};
+  } else {
+    return {hi0, (((Alo + err) + Rlo) + rel) + poly};
+  }
 }
 
-// sqrt(h + l) = q + num / 2q to 2^-104 relative, q = sqrt(h) rounded, num = h - q^2 + l with
-// q^2 exact by two_sqr; h >= 0. The caller divides, so that it can share the division.
+// x as hi + lo with hi holding the top 26 bits of the significand (by a mask, so hi^2 and
+// 2 hi lo are exact), for the exact squares below.
+[[gnu::always_inline]] inline vdd mask_split(vd x) {
+  const vd hi = (vd)((vul)x & u2(0xFFFFFFFFF8000000ull));
+  return {hi, x - hi};
+}
+
+// x^2 exactly as hi + lo (lo rounded at 2^-106 of x^2).
+[[gnu::always_inline]] inline vdd exact_sqr(vd x) {
+  const vd p = x * x;
+  const vdd s = mask_split(x);
+  return {p, ((s.hi * s.hi - p) + (s.hi + s.hi) * s.lo) + s.lo * s.lo};
+}
+
+// sqrt(h + l) = q + num / 2q to 2^-104 relative, q = sqrt(h) rounded, num = h - q^2 + l:
+// with q = qh + ql (mask_split), h - qh^2 and then - 2 qh ql are exact (each difference is of
+// numbers within a factor 2 of each other), so num is exact but for the 2^-106 of ql^2 and l.
+// h >= 0; the caller divides, so that it can share the division.
 [[gnu::always_inline]] inline vdd sqrt_parts(vd h, vd l) {
   const vd q = simd::vsqrt(h);
-  const vdd qq = simd::two_sqr(q);
-  return {q, ((h - qq.hi) - qq.lo) + l};
+  const vdd qs = mask_split(q);
+  return {q, (((h - qs.hi * qs.hi) - (qs.hi + qs.hi) * qs.lo) - qs.lo * qs.lo) + l};
 }
 
-// ln(x + sqrt(h + l)) + extra ln 2 for x >= 0, h + l > 0 or (x >= 1, h + l >= 0), as a pair:
+// ln(x + sqrt(h + l)) for x >= 0, h + l > 0 or (x >= 1, h + l >= 0), as a pair:
 //   (q, num) = sqrt_parts(h, l);  (wh, e) = TwoSum(x, q) (ordered by `q_larger`);
 //   w = wh + (e + num / 2q), and the low part's relative size (e + num / 2q) / wh is taken in
 //   one division as (2q e + num) / (2q wh), whose roundings (2^-52 relative) act on a term of
 //   at most 2^-52: below 2^-102 of w. A tiny addend keeps q = 0 (h = l = 0, Acosh of 1) from
 //   dividing 0 by 0; it is below half an ulp of 2q wh for every other input.
-// `wide` lanes (|x| >= 2^28) drop the square root: w = 2x exactly enough, as ln x + ln 2.
-template <bool q_larger>
-[[gnu::always_inline]] inline vdd log_of_sum_with_root(vd x, vd h, vd l, vd wide, vd x_wide) {
+template <bool q_larger, bool kExactRows>
+[[gnu::always_inline]] inline vdd log_of_sum_with_root(vd x, vd h, vd l) {
   const vdd q = sqrt_parts(h, l);
   const vdd w = q_larger ? fast_two_sum(q.hi, x) : fast_two_sum(x, q.hi);
   const vd q2 = q.hi + q.hi;
   const vd rel = (q2 * w.lo + q.lo) / (q2 * w.hi + c2(0x1p-1000));
-  return log_parts(simd::select(wide, x_wide, w.hi), simd::andnot_bits(wide, rel),
-                   simd::and_bits(wide, c2(1.0)));
+  return log_parts<kExactRows>(w.hi, rel);
+}
+
+// ln(2|x|) for |x| >= 2^28, where Asinh and Acosh are it to 2^-58 (the scalar routes beyond
+// the main ranges).
+inline double log_twice(double x) {
+  const vdd l = log_parts<false>(simd::splat(__builtin_fabs(x)), c2(0.0));
+  const double ln2hi = simd::from_bits(ln_core::LnTraits::hi_bits);
+  const double ln2lo = simd::from_bits(ln_core::LnTraits::lo_bits);
+  const simd::dd h = simd::two_sum(l.hi[0], ln2hi);
+  return h.hi + ((h.lo + l.lo[0]) + ln2lo);
 }
 
 // e^ax / 2 for ax from 709.78 on (Sinh, Cosh near overflow, where e^-ax is far below half an
