@@ -184,7 +184,8 @@ template <bool kExactRows>
 [[gnu::always_inline]] inline vdd exact_sqr(vd x) {
   const vd p = x * x;
   const vdd s = mask_split(x);
-  return {p, ((s.hi * s.hi - p) + (s.hi + s.hi) * s.lo) + s.lo * s.lo};
+  // doublings as products: the adder is the busy unit of these kernels, the multiplier is not
+  return {p, ((s.hi * s.hi - p) + (s.hi * c2(2.0)) * s.lo) + s.lo * s.lo};
 }
 
 // sqrt(h + l) = q + num / 2q to 2^-104 relative, q = sqrt(h) rounded, num = h - q^2 + l:
@@ -194,21 +195,21 @@ template <bool kExactRows>
 [[gnu::always_inline]] inline vdd sqrt_parts(vd h, vd l) {
   const vd q = simd::vsqrt(h);
   const vdd qs = mask_split(q);
-  return {q, (((h - qs.hi * qs.hi) - (qs.hi + qs.hi) * qs.lo) - qs.lo * qs.lo) + l};
+  return {q, (((h - qs.hi * qs.hi) - (qs.hi * c2(2.0)) * qs.lo) - qs.lo * qs.lo) + l};
 }
 
 // ln(x + sqrt(h + l)) for x >= 0, h + l > 0 or (x >= 1, h + l >= 0), as a pair:
 //   (q, num) = sqrt_parts(h, l);  (wh, e) = TwoSum(x, q) (ordered by `q_larger`);
 //   w = wh + (e + num / 2q), and the low part's relative size (e + num / 2q) / wh is taken in
 //   one division as (2q e + num) / (2q wh), whose roundings (2^-52 relative) act on a term of
-//   at most 2^-52: below 2^-102 of w. A tiny addend keeps q = 0 (h = l = 0, Acosh of 1) from
-//   dividing 0 by 0; it is below half an ulp of 2q wh for every other input.
+//   at most 2^-52: below 2^-102 of w. A tiny floor keeps q = 0 (h = l = 0, Acosh of 1) from
+//   dividing 0 by 0; 2q wh is far above it for every other input.
 template <bool q_larger, bool kExactRows>
 [[gnu::always_inline]] inline vdd log_of_sum_with_root(vd x, vd h, vd l) {
   const vdd q = sqrt_parts(h, l);
   const vdd w = q_larger ? fast_two_sum(q.hi, x) : fast_two_sum(x, q.hi);
-  const vd q2 = q.hi + q.hi;
-  const vd rel = (q2 * w.lo + q.lo) / (q2 * w.hi + c2(0x1p-1000));
+  const vd q2 = q.hi * c2(2.0);
+  const vd rel = (q2 * w.lo + q.lo) / simd::vmax(q2 * w.hi, c2(0x1p-1000));
   return log_parts<kExactRows>(w.hi, rel);
 }
 
