@@ -21,9 +21,11 @@
 // part: ln(wh + wl) = hi + lo, with the logarithm's table and polynomial: Y, Yhi, N,
 //   row, rcp, Rhi = Yhi rcp - 1 (exact), Rlo = (Y - Yhi) rcp, R = Rhi + Rlo, as in the packed
 //   logarithm; then with A = N Ln2hi + T_hi (exact) and Alo = N Ln2lo + T_lo:
-//     hi  = A + Rhi (+ Rlo on the rows where Alo = 0, whose R = Rhi + Rlo is exact, when
-//           kExactRows: results next to 0 need it, those of w >= 1.03 do not)
-//     lo  = (Alo + err) + Rlo (on the other rows) + rel + R^2 P(R)
+//   kExactRows (results next to 0, Acosh):
+//     hi  = A + Rhi (+ Rlo on the rows where Alo = 0, whose R = Rhi + Rlo is exact)
+//     lo  = (Alo + err) + Rlo (on the other rows) + rel + R^2 P(R), err the rounding of A + Rhi
+//   otherwise (w >= 1.03, results of at least 1/32, Asinh and Atanh):
+//     hi  = A,  lo = Rhi + (((Alo + Rlo) + rel) + R^2 P(R))
 //   ln(1 + rel) is taken as rel (|rel| <= 2^-52, the square is below 2^-104), and rel is left out
 //   of P's argument (an error of rel R <= 2^-62 relative). The absolute error is below 2^-62
 //   plus 2^-58 relative to the result.
@@ -160,16 +162,18 @@ template <bool kExactRows>
   const vd R2 = R * R;
   const vd Alo = N * c.ln2lo + Tlo;
   const vd A = N * c.ln2hi + Thi;
-  const vd hi0 = A + Rhi;
-  const vd err = (A - hi0) + Rhi;
   const vd poly = R2 * ((c.p1 + R * c.p2) + R2 * (c.p3 + R * c.p4));
   if constexpr (kExactRows) {
+    const vd hi0 = A + Rhi;
+    const vd err = (A - hi0) + Rhi;
     const vd exact = (vd)(Alo == 0.0);
     const vd hi = hi0 + simd::and_bits(exact, Rlo);
     const vd lo = (((Alo + err) + simd::andnot_bits(exact, Rlo)) + rel) + poly;
     return {hi, lo};
   } else {
-    return {hi0, (((Alo + err) + Rlo) + rel) + poly};
+    // Results of at least 1/32: Rhi (below 2^-9) joins the low part, whose rounding (2^-63)
+    // is then below 2^-58 of the result, and A + Rhi needs no exact sum.
+    return {A, Rhi + (((Alo + Rlo) + rel) + poly)};
   }
 }
 
