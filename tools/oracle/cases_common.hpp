@@ -99,5 +99,6 @@ void add_rounding_cases(std::vector<Case> &out);
 void add_divroot_cases(std::vector<Case> &out);
 void add_explog_cases(std::vector<Case> &out);
 void add_trig_cases(std::vector<Case> &out);
+void add_hyperbolic_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle
