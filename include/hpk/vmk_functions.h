@@ -8,7 +8,8 @@
  *   shape  ONE TWO POWX TWO_OUT CIS TO_REAL LINFRAC PACK_I PACK_V PACK_M (see vmk.h)
  *   slotK  kernel suffix in slot K: HAynn, LAynn or EPnnn (0 low accuracy, 1 high, 2 enhanced)
  *   costK  cost of one element on the scale sAdd = 0.74, dAdd = 1.79. Figures other than the
- *          fixed ones (the Add/Sub/Mul rows, the LinearFrac marks 666.0 / 666.666 and the
+ *          fixed ones (the s/d Add/Sub/Mul rows, the c/z Add/Sub rows 4.33/1.41 and
+ *          9.79/4.56 (zSub 4.55), zDiv 1487.64, the LinearFrac marks 666.0 / 666.666 and the
  *          complex Pack/Unpack mark 1111.0) are measured: `python3 tools/cost_figures.py
  *          build/bench/hpk_bench` (nanoseconds per element on arrays of 1000 in cache, scaled by
  *          1.79 / ns(dAdd)); see docs/performance.md. The hyperbolic rows are the medians of
@@ -25,12 +26,18 @@
 #define HPK_VMK_FUNCTION_LIST(X)                                                      \
   X(s, Abs, ONE, HAynn, HAynn, HAynn, 0.69f, 0.69f, 0.69f)                            \
   X(d, Abs, ONE, HAynn, HAynn, HAynn, 1.36f, 1.36f, 1.36f)                            \
+  X(c, Abs, TO_REAL, HAynn, HAynn, HAynn, 6.0f, 6.0f, 6.0f)                           \
+  X(z, Abs, TO_REAL, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                        \
   X(s, Acos, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Acos, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
   X(s, Acosh, ONE, HAynn, HAynn, HAynn, 27.4f, 27.4f, 27.4f)                          \
   X(d, Acosh, ONE, HAynn, HAynn, HAynn, 33.0f, 33.0f, 33.0f)                          \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(c, Add, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
+  X(z, Add, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.56f)                            \
+  X(c, Arg, TO_REAL, HAynn, HAynn, HAynn, 69.9f, 69.9f, 69.9f)                        \
+  X(z, Arg, TO_REAL, HAynn, HAynn, HAynn, 65.8f, 65.8f, 65.8f)                        \
   X(s, Asin, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Asin, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
   X(s, Asinh, ONE, HAynn, HAynn, HAynn, 27.9f, 27.9f, 27.9f)                          \
@@ -45,12 +52,18 @@
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
+  X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
+  X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
+  X(c, Conj, ONE, HAynn, HAynn, HAynn, 0.62f, 0.62f, 0.62f)                           \
+  X(z, Conj, ONE, HAynn, HAynn, HAynn, 1.24f, 1.24f, 1.24f)                           \
   X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
   X(d, Cos, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
   X(s, Cosh, ONE, HAynn, HAynn, HAynn, 18.7f, 18.7f, 18.7f)                           \
   X(d, Cosh, ONE, HAynn, HAynn, HAynn, 17.0f, 17.0f, 17.0f)                           \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
+  X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
+  X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 70.0f, 70.0f, 70.0f)                          \
@@ -77,6 +90,10 @@
   X(d, Modf, TWO_OUT, HAynn, HAynn, HAynn, 7.2f, 7.2f, 7.2f)                          \
   X(s, Mul, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Mul, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(c, Mul, TWO, HAynn, HAynn, HAynn, 4.6f, 4.6f, 4.6f)                               \
+  X(z, Mul, TWO, HAynn, HAynn, HAynn, 19.9f, 19.9f, 19.9f)                            \
+  X(c, MulByConj, TWO, HAynn, HAynn, HAynn, 4.4f, 4.4f, 4.4f)                         \
+  X(z, MulByConj, TWO, HAynn, HAynn, HAynn, 20.5f, 20.5f, 20.5f)                      \
   X(s, NearbyInt, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                         \
   X(d, NearbyInt, ONE, HAynn, HAynn, HAynn, 2.9f, 2.9f, 2.9f)                         \
   X(s, PackI, PACK_I, HAynn, HAynn, HAynn, 1.70f, 1.70f, 1.70f)                       \
@@ -107,6 +124,8 @@
   X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 10.4f, 10.4f, 10.4f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
+  X(c, Sub, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
+  X(z, Sub, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.55f)                            \
   X(s, Tan, ONE, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                            \
   X(d, Tan, ONE, HAynn, HAynn, HAynn, 45.0f, 45.0f, 45.0f)                            \
   X(s, Tanh, ONE, HAynn, HAynn, HAynn, 15.3f, 15.3f, 15.3f)                           \

@@ -36,6 +36,8 @@ inline vd andnot_bits(vd a, vd b) { return (vd)_mm_andnot_pd((__m128d)a, (__m128
 inline vf andnot_bits(vf a, vf b) { return (vf)_mm_andnot_ps((__m128)a, (__m128)b); }
 inline vd or_bits(vd a, vd b) { return (vd)_mm_or_pd((__m128d)a, (__m128d)b); }
 inline vf or_bits(vf a, vf b) { return (vf)_mm_or_ps((__m128)a, (__m128)b); }
+inline vd xor_bits(vd a, vd b) { return (vd)_mm_xor_pd((__m128d)a, (__m128d)b); }
+inline vf xor_bits(vf a, vf b) { return (vf)_mm_xor_ps((__m128)a, (__m128)b); }
 
 // select(m, a, b): a where the mask lane is all ones, b where it is zero.
 inline vd select(vd m, vd a, vd b) { return or_bits(and_bits(m, a), andnot_bits(m, b)); }

@@ -1,18 +1,12 @@
 // Hypot: sqrt(a^2 + b^2) without intermediate overflow or underflow. No status on any input.
 //
-// Double. The sum of squares is formed as a double-double (Dekker products, exact for operands
-// scaled into range), its square root r = sqrt(hi) is taken by the hardware (correctly rounded)
-// and corrected once by the residual:
-//     result = r + ((hi - r*r) + lo) / (2r),   r*r exact as a double-double.
-// The double-double carries about 104 bits, so the result is within 0.5 + 2^-50 ulp (measured:
-// 0.5 over the sweeps of docs/accuracy.md). A float reciprocal estimate refined once in place of
-// the division was tried and measured slower on the development machine: the loop is bound by
-// its instruction count, not by the divider.
+// Double. The method and its bound are those of the shared core (core/heap/real/hypot_core.hpp,
+// also used by zAbs): a double-double sum of squares, the hardware square root and one
+// correction; within 0.5 + 2^-50 ulp (measured: 0.5 over the sweeps of docs/accuracy.md). A
+// float reciprocal estimate refined once in place of the division was tried and measured slower
+// on the development machine: the loop is bound by its instruction count, not by the divider.
 // Every element goes through the same packed core (rare ones after scaling), so a result does
 // not depend on the element's position in the array.
-// Elements whose larger magnitude lies in [2^-450, 2^500) need no scaling; the rest (zeros,
-// infinities, NaN, tiny and huge values) go to the scalar routine, which scales both by 2^600 or
-// 2^-600 so that the squares neither overflow nor underflow.
 //
 // Single. Squares of floats are exact in double and their sum is rounded once, so the double
 // square root rounded to float is within 0.5 + 2^-28 ulp.
@@ -22,99 +16,14 @@
 #include <algorithm>
 #include <cmath>
 
+#include "vmk/core/heap/real/hypot_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/thread_state.hpp"
 #include "vmk/simd/vec.hpp"
 
 namespace {
-
 using namespace hpk::simd;
-
-constexpr uint64_t kExpMask = 0x7FF0000000000000ull;
-constexpr uint64_t kAbsMask = 0x7FFFFFFFFFFFFFFFull;
-// Packed range of the larger magnitude: top words in [bits(2^-450), bits(2^500)).
-constexpr uint32_t kFastLo = uint32_t((1023 - 450) << 20);
-constexpr uint32_t kFastLen = uint32_t((1023 + 500) << 20) - kFastLo;
-
-// x^2 as hi + lo. The split is by masking, cheaper than Dekker's: xh keeps 26 significant bits
-// and xl at most 27, so xh^2 and 2 xh xl are exact and xl^2 alone is rounded, a relative error
-// of 2^-107 in x^2, far below what the final correction needs (about 2^-70).
-inline vdd square(vd x) {
-  const vd xh = and_bits(x, (vd)vul{0xFFFFFFFFF8000000ull, 0xFFFFFFFFF8000000ull});
-  const vd xl = x - xh;
-  const vd p = x * x;
-  return {p, ((xh * xh - p) + (xh + xh) * xl) + xl * xl};
-}
-
-// x >= z >= 0 lane by lane, x in [2^-450, 2^500) (squares and their low parts normal).
-// Returns sqrt(x^2 + z^2) as r + c: r the square root of the rounded sum, c the correction.
-inline vdd hypot_parts(vd x, vd z) {
-  const vdd x2 = square(x), z2 = square(z);
-  const vdd s = two_sum(x2.hi, z2.hi);
-  const vd lo0 = s.lo + x2.lo + z2.lo;
-  const vd hi = s.hi + lo0;
-  const vd lo = lo0 - (hi - s.hi);
-  const vd r = vsqrt(hi);
-  const vdd rr = square(r);
-  const vd residual = ((hi - rr.hi) - rr.lo) + lo;
-  return {r, residual / (r + r)};
-}
-
-inline vd hypot_core(vd x, vd z) {
-  const vdd p = hypot_parts(x, z);
-  return p.hi + p.lo;
-}
-
-inline double hypot_core(double x, double z) { return hypot_core(splat(x), splat(z))[0]; }
-
-// Correct for every input.
-double hypot_scalar(double a, double b) {
-  const uint64_t ua = bits(a) & kAbsMask, ub = bits(b) & kAbsMask;
-  if (ua == kExpMask || ub == kExpMask) return HUGE_VAL;
-  if (ua > kExpMask || ub > kExpMask) return a * b;
-  double x = from_bits(ua), z = from_bits(ub);
-  if (x < z) std::swap(x, z);
-  if (x == 0.0) return 0.0;
-  // Scale by 2^-600 above 2^500 and by 2^600 below 2^-450: products of powers of two are exact
-  // here, denormal inputs included, and the scaled larger value lies in [2^-100, 2^424].
-  double up = 1.0, down = 1.0;
-  if (x >= 0x1p500) {
-    up = 0x1p-600;
-    down = 0x1p600;
-  } else if (x < 0x1p-450) {
-    up = 0x1p600;
-    down = 0x1p-600;
-  }
-  if (up <= 1.0 || x >= 0x1p-1022) return hypot_core(x * up, z * up) * down;
-  // Results below 2^-1022 lie on the denormal grid g = 2^-1074, 2^-474 when scaled. Rounding the
-  // scaled r + c to 53 bits and then to the grid would round twice (up to 0.75 ulp), so r is
-  // rounded to the scaled grid by the shifter C = 2^52 g, and its exact remainder e plus c
-  // decides one step of g. An exact tie cannot occur: a^2 + b^2 is an integer in g^2 units while
-  // a midpoint squared is not.
-  const vdd p = hypot_parts(splat(x * up), splat(z * up));
-  const double r = p.hi[0], c = p.lo[0];
-  constexpr double kShifter = 0x1p-422, kGrid = 0x1p-474;
-  if (r + c >= kShifter) return (r + c) * down;
-  double u = r + kShifter;
-  const double e = r - (u - kShifter);
-  const double t = e + c;
-  if (t > 0.5 * kGrid) u += kGrid;
-  else if (t < -0.5 * kGrid) u -= kGrid;
-  return (u - kShifter) * down;
-}
-
-inline bool is_rare(double a, double b) {
-  const uint32_t t = uint32_t(std::max(bits(a) & kAbsMask, bits(b) & kAbsMask) >> 32);
-  return t - kFastLo >= kFastLen;
-}
-
-// One element of the tail or of a block with rare lanes.
-inline double hypot_element(double a, double b) {
-  if (is_rare(a, b)) return hypot_scalar(a, b);
-  const double x = std::fabs(a), z = std::fabs(b);
-  return x >= z ? hypot_core(x, z) : hypot_core(z, x);
-}
-
+using namespace hpk::vmk::hypot;
 }  // namespace
 
 extern "C" {
