@@ -137,10 +137,12 @@ template <bool Extra = false>
   return {zh, zl};
 }
 
-// 2^(zh + zl) as v in [2^-1/256, 2^(1+1/256)) and the bits of t, whose low bits hold k.
+// 2^(zh + zl) as v = T + rest in [2^-1/256, 2^(1+1/256)) and the bits of t, whose low bits
+// hold k.
 struct Exp2Parts {
-  vd v;
+  vd T, rest;
   vul t_bits;
+  vd v() const { return T + rest; }
 };
 
 [[gnu::always_inline]] inline Exp2Parts exp2_parts(vd zh, vd zl) {
@@ -156,7 +158,7 @@ struct Exp2Parts {
   const vd T = (vd)_mm_unpacklo_pd(row0, row1), Tl = (vd)_mm_unpackhi_pd(row0, row1);
   const vd r2 = r * r;
   const vd p = r * c.cev1 + r2 * ((c.cev2 + r * c.cev3) + r2 * (c.cev4 + r * c.cev5));
-  return {T + (Tl + T * p), (vul)t};
+  return {T, Tl + T * p, (vul)t};
 }
 
 // The main route: the result for each lane, and in `bad` the lanes whose |zh| reaches the
@@ -180,7 +182,7 @@ template <bool DD>
   zh = simd::andnot_bits(bad, zh);
   if constexpr (DD) zl = simd::andnot_bits(bad, zl);
   const Exp2Parts e = exp2_parts(zh, zl);
-  return (vd)((vul)e.v + ((e.t_bits >> 7) << 52));
+  return (vd)((vul)e.v() + ((e.t_bits >> 7) << 52));
 }
 
 [[gnu::always_inline]] inline void split_y(vd y, vd &yh, vd &yl) {

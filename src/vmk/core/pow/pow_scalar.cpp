@@ -70,7 +70,18 @@ double positive_pow(double x, double y) {
   // Two exact-or-final scalings: each factor is normal, the first product is normal, so the
   // only rounding is the last one (to a denormal or to infinity).
   const int64_t m1 = m >> 1;
-  return (e.v[0] * pow2i(m1)) * pow2i(m - m1);
+  const double r = (e.v()[0] * pow2i(m1)) * pow2i(m - m1);
+  if (!(r < 0x1p-1022)) return r;
+  // A denormal result: rounding v first and then at 2^-1074 would cost up to a quarter ulp more,
+  // so T + rest is rounded once, in units of 2^-1074 (w = v 2^(m + 1074) < 2^52, scaled exactly).
+  const int64_t s = m + 1074;
+  if (s < -60) return underflow();
+  const double wh = e.T[0] * pow2i(s), wl = e.rest[0] * pow2i(s);
+  const double n0 = (wh + 0x1.8p52) - 0x1.8p52;
+  const double f = (wh - n0) + wl;
+  const double n = n0 + ((f + 0x1.8p52) - 0x1.8p52);
+  (void)underflow();  // the flags of a tiny inexact result
+  return n * 0x1p-1074;
 }
 
 double powc_scalar(double x, double y, int y_class, int &status) {

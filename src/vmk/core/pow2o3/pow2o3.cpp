@@ -4,8 +4,9 @@
 // residual d = x - c^3 (exact in its leading part) corrects the square:
 //     |x|^(2/3) = c^2 (1 + d / (3 c^3))^2 = c2h + (c2l + (2/3) d / c) + O(2^-104),
 // one rounding of a double-double: within 0.5 + 2^-40 ulp. The main route takes
-// 2^-900 <= |x| < 2^1024 (the residual normal); the scalar route scales smaller non-zero |x| by
-// 2^300 and the result by 2^-200 (exact), and gives +-0 -> +0, +-inf -> +inf, NaN -> NaN.
+// 2^-900 <= |x| < 2^1020 (the residual normal, c^3 finite); the scalar route scales other
+// finite non-zero |x| by 2^+-300 and the result by 2^-+200 (exact), and gives +-0 -> +0,
+// +-inf -> +inf, NaN -> NaN.
 // Single: the cube root in double, squared in double (2^-51 relative), rounded once.
 #include "vmk/core/cbrt/cbrt_core.hpp"
 #include "vmk/frame/control.hpp"
@@ -34,9 +35,9 @@ struct Pow2o3Kernel {
   using T = E;
   using V = typename PassFormat<E>::V;
   static constexpr uint32_t kSignMask = 0x7FFFFFFF;
-  // double: 2^-900 <= |x| < inf; single: finite and non-zero (denormals included)
+  // double: 2^-900 <= |x| < 2^1020; single: finite and non-zero (denormals included)
   static constexpr uint32_t kRangeLo = sizeof(E) == 8 ? 0x07B00000 : 1;
-  static constexpr uint32_t kRangeLen = sizeof(E) == 8 ? 0x7FF00000 - 0x07B00000 : 0x7F800000 - 1;
+  static constexpr uint32_t kRangeLen = sizeof(E) == 8 ? 0x7FB00000 - 0x07B00000 : 0x7F800000 - 1;
 
   [[gnu::always_inline]] static V main(V x) {
     if constexpr (sizeof(E) == 8) {
@@ -53,7 +54,10 @@ struct Pow2o3Kernel {
     if (x != x) y[i] = x + x;
     else if (x == E(0)) y[i] = E(0);
     else if (x == E(__builtin_inf()) || x == -E(__builtin_inf())) y[i] = E(__builtin_inf());
-    else if constexpr (sizeof(E) == 8) y[i] = pow2o3_main(simd::splat(x * 0x1p300))[0] * 0x1p-200;
+    else if constexpr (sizeof(E) == 8) {
+      if (__builtin_fabs(x) < 1.0) y[i] = pow2o3_main(simd::splat(x * 0x1p300))[0] * 0x1p-200;
+      else y[i] = pow2o3_main(simd::splat(x * 0x1p-300))[0] * 0x1p200;
+    }
     else y[i] = main(simd::splat(x))[0];
   }
 };

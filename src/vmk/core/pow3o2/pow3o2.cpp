@@ -50,7 +50,8 @@ struct Pow3o2Kernel {
     } else if (x == E(0)) {
       y[i] = E(0);
     } else if (x < E(0)) {
-      y[i] = simd::from_bits(sizeof(E) == 8 ? uint64_t(0xFFF8000000000000ull) : 0xFFC00000u);
+      if constexpr (sizeof(E) == 8) y[i] = simd::from_bits(0xFFF8000000000000ull);
+      else y[i] = simd::from_bits(0xFFC00000u);
       report_error<E>(kStatusDomain, i, a, a, y, y, kName);
     } else if (x == E(__builtin_inf())) {
       y[i] = x;
