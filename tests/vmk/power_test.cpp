@@ -462,3 +462,22 @@ TEST(PowAccuracy, RootPowersWithinOneUlp) {
 }
 
 }  // namespace
+
+namespace {
+
+// The oracle's rows of the family (as `hpk report` measures them): random pairs near 1 and all
+// pairs of the specials for Pow and Powx, the whole range for the root powers.
+TEST(PowAccuracy, OracleRowsWithinTheirBound) {
+  for (const auto &c : hpk::oracle::cases()) {
+    const std::string n = c.name.substr(1);
+    if (n != "Pow" && n != "Powx" && n != "Pow2o3" && n != "Pow3o2") continue;
+    hpk::oracle::Worst w;
+    on_thread([&] { w = hpk::oracle::sweep(c, 20000, 41); });
+    std::cout << "[ accuracy ] oracle " << c.name << " " << w.max_ulp << " ulp at " << std::hexfloat
+              << w.x << ", " << w.y << std::defaultfloat << " (" << w.samples << " samples)\n";
+    EXPECT_LE(w.max_ulp, c.bound_ulp) << c.name << std::hexfloat << " at " << w.x << ", " << w.y;
+    EXPECT_GT(w.samples, 20000);
+  }
+}
+
+}  // namespace

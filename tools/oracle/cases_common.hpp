@@ -77,5 +77,6 @@ void add_arith_cases(std::vector<Case> &out);
 void add_rounding_cases(std::vector<Case> &out);
 void add_divroot_cases(std::vector<Case> &out);
 void add_explog_cases(std::vector<Case> &out);
+void add_power_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle

@@ -40,9 +40,11 @@
 // The groupings above are the order of evaluation; the test's scalar model follows them. The
 // whole route stays within 0.53 ulp (the final rounding, 2^-60 from the polynomial, the product
 // T p, and the error of z).
-// The single kernels take the same logarithm, sum hi + lo into one double and multiply by y
-// in plain double (|z| < 125 there, so the error of z is below 2^-45 and a single result
-// misses by at most 2^-20 ulp before its own rounding).
+// The single kernels need 2^-30 and run a short form of the same steps in double lanes:
+//   R = 1 - Y rcp (one rounding),  L = (N + Thi) + R (c1 + R (c2 + R c3)),  ck = -1/(k ln 2)
+//   z = y L,  r = z - kd,  v = T + T (r (cev1 + r (cev2 + r cev3)))
+// (truncations below 2^-44 and 2^-43 relative, |z| < 125 there), so a single result misses the
+// exact value by under 2^-14 ulp before its own rounding.
 #pragma once
 
 #include <cstdint>
@@ -72,6 +74,7 @@ struct alignas(16) PowConstants {
   simd::vi nbreak, row_mask, row_round, row_offset_mask;
   vd one, lhn, clv1, clv2, clv3, clv4, clv5, clv6, clv7;
   vd shifter, cev1, cev2, cev3, cev4, cev5, zbound_d, zbound_s;
+  vd c1, c2, c3;  // the single route's logarithm: -1/(k ln 2)
 };
 extern const PowConstants kPowConstants;
 
@@ -183,6 +186,42 @@ template <bool DD>
   if constexpr (DD) zl = simd::andnot_bits(bad, zl);
   const Exp2Parts e = exp2_parts(zh, zl);
   return (vd)((vul)e.v() + ((e.t_bits >> 7) << 52));
+}
+
+// The single route (see the header): x positive normal, y normal, bit l of `bad` for lanes
+// with |z| >= 125.
+[[gnu::always_inline]] inline vd main_single(vd x, vd y, vd &bad) {
+  using namespace pow_tables;
+  const PowConstants &c = constants();
+  const vul ux = (vul)x;
+  const vd Y = (vd)((ux & c.fraction) | c.one_exp);
+  const __m128i top = _mm_shuffle_epi32((__m128i)x, _MM_SHUFFLE(3, 1, 3, 1));
+  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nbreak), 20));
+  const __m128i off = _mm_srli_epi32(
+      _mm_and_si128(_mm_add_epi32(_mm_and_si128(top, (__m128i)c.row_mask), (__m128i)c.row_round),
+                    (__m128i)c.row_offset_mask),
+      7);
+  const uint64_t offs = uint64_t(_mm_cvtsi128_si64(off));
+  const uint64_t o0 = uint32_t(offs), o1 = offs >> 32;
+  const char *rb = reinterpret_cast<const char *>(rcp_t1 + 1);
+  const char *lb = reinterpret_cast<const char *>(log2_t1);
+  const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double *>(rb + o0)),
+                                  reinterpret_cast<const double *>(rb + o1));
+  const vd Thi = (vd)_mm_loadh_pd(_mm_load_sd(reinterpret_cast<const double *>(lb + 2 * o0)),
+                                  reinterpret_cast<const double *>(lb + 2 * o1));
+  const vd R = c.one - Y * rcp;
+  const vd L = (N + Thi) + R * (c.c1 + R * (c.c2 + R * c.c3));
+  vd z = y * L;
+  bad = (vd)((vd)((vul)z & c.abs_mask) >= c.zbound_s);
+  z = simd::andnot_bits(bad, z);
+  const vd t = z + c.shifter;
+  const vd r = z - (t - c.shifter);
+  const uint64_t lows =
+      uint64_t(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)t, _MM_SHUFFLE(3, 1, 2, 0))));
+  const vd T = (vd)_mm_loadh_pd(_mm_load_sd(exp2_tbl + 2 * (lows & 127)),
+                                exp2_tbl + 2 * ((lows >> 32) & 127));
+  const vd v = T + T * (r * (c.cev1 + r * (c.cev2 + r * c.cev3)));
+  return (vd)((vul)v + (((vul)t >> 7) << 52));
 }
 
 [[gnu::always_inline]] inline void split_y(vd y, vd &yh, vd &yl) {

@@ -64,8 +64,8 @@ struct PowKernel {
         y1 = (simd::vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)yv, (__m128)yv));
       }
       simd::vd m0, m1;
-      const simd::vd r0 = pow_core::main<false>(x0, y0, y0, y0, m0);
-      const simd::vd r1 = pow_core::main<false>(x1, y1, y1, y1, m1);
+      const simd::vd r0 = pow_core::main_single(x0, y0, m0);
+      const simd::vd r1 = pow_core::main_single(x1, y1, m1);
       bad = simd::movemask(m0) | simd::movemask(m1) << 2;
       return (simd::vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)r0), _mm_cvtpd_ps((__m128d)r1));
     }
