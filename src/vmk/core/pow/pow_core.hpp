@@ -164,31 +164,18 @@ struct Exp2Parts {
   return {T, Tl + T * p, (vul)t};
 }
 
-// The main route: the result for each lane, and in `bad` the lanes whose |zh| reaches the
-// bound (their z is replaced by 0 before the exponent step, so they raise no flag there; the
-// caller sends them to the scalar route). Double lanes carry z as a double-double; the single
-// route (DD false) takes z = y (hi + lo).
-template <bool DD>
+// The main route: the result for each lane, and in `bad` the lanes whose |zh| reaches 1020
+// (their z is replaced by 0 before the exponent step, so they raise no flag there; the caller
+// sends them to the scalar route).
 [[gnu::always_inline]] inline vd main(vd x, vd y, vd yh, vd yl, vd &bad) {
   const PowConstants &c = constants();
-  const simd::vdd L = log2_dd(x);
-  vd zh, zl;
-  if constexpr (DD) {
-    const simd::vdd z = mul_dd(y, yh, yl, L);
-    zh = z.hi;
-    zl = z.lo;
-  } else {
-    zh = y * (L.hi + L.lo);
-    zl = vd{};
-  }
-  bad = (vd)((vd)((vul)zh & c.abs_mask) >= (DD ? c.zbound_d : c.zbound_s));
-  zh = simd::andnot_bits(bad, zh);
-  if constexpr (DD) zl = simd::andnot_bits(bad, zl);
-  const Exp2Parts e = exp2_parts(zh, zl);
+  const simd::vdd z = mul_dd(y, yh, yl, log2_dd(x));
+  bad = (vd)((vd)((vul)z.hi & c.abs_mask) >= c.zbound_d);
+  const Exp2Parts e = exp2_parts(simd::andnot_bits(bad, z.hi), simd::andnot_bits(bad, z.lo));
   return (vd)((vul)e.v() + ((e.t_bits >> 7) << 52));
 }
 
-// The single route (see the header): x positive normal, y normal, bit l of `bad` for lanes
+// The single route (see the header): x positive normal, y normal; `bad` marks the lanes
 // with |z| >= 125.
 [[gnu::always_inline]] inline vd main_single(vd x, vd y, vd &bad) {
   using namespace pow_tables;

@@ -45,16 +45,14 @@ struct PowKernel {
     return ((PassFormat<E>::top(v) & kYMask) - kYLo) < kYLen;
   }
 
-  [[gnu::always_inline]] V main(V x, V yv, int &bad) const {
+  [[gnu::always_inline]] V main(V x, V yv, simd::vd &bad) const {
     if constexpr (sizeof(E) == 8) {
-      simd::vd m, h = yh, l = yl, w = yc;
+      simd::vd h = yh, l = yl, w = yc;
       if constexpr (!Const) {
         w = yv;
         pow_core::split_y(w, h, l);
       }
-      const simd::vd r = pow_core::main<true>(x, w, h, l, m);
-      bad = simd::movemask(m);
-      return r;
+      return pow_core::main(x, w, h, l, bad);
     } else {
       const simd::vd x0 = (simd::vd)_mm_cvtps_pd((__m128)x);
       const simd::vd x1 = (simd::vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
@@ -66,7 +64,7 @@ struct PowKernel {
       simd::vd m0, m1;
       const simd::vd r0 = pow_core::main_single(x0, y0, m0);
       const simd::vd r1 = pow_core::main_single(x1, y1, m1);
-      bad = simd::movemask(m0) | simd::movemask(m1) << 2;
+      bad = simd::or_bits(m0, m1);
       return (simd::vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)r0), _mm_cvtpd_ps((__m128d)r1));
     }
   }
