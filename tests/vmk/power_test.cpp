@@ -6,6 +6,7 @@
 // integer y.
 #include <gtest/gtest.h>
 #include <mpfr.h>
+#include <xmmintrin.h>
 
 #include <cfloat>
 #include <cmath>
@@ -478,6 +479,41 @@ TEST(PowAccuracy, OracleRowsWithinTheirBound) {
     EXPECT_LE(w.max_ulp, c.bound_ulp) << c.name << std::hexfloat << " at " << w.x << ", " << w.y;
     EXPECT_GT(w.samples, 20000);
   }
+}
+
+}  // namespace
+
+namespace {
+
+// Pow and Powx run under control scheme A: a caller in round-up mode gets the results of
+// round-to-nearest, and its MXCSR back. Pow3o2 restores the x87 control word it sets.
+TEST(PowFamily, ControlStateDuringTheCallAndAfter) {
+  std::vector<double> a(29), b(29), want(29), got(29), wantx(29), gotx(29), r32(29);
+  for (int i = 0; i < 29; ++i) {
+    a[i] = 0.37 + 1.9 * i;
+    b[i] = -3.3 + 0.41 * i;
+  }
+  hpk_vmk_kernel_dPow_EXHAynn(29, a.data(), b.data(), want.data());
+  hpk_vmk_kernel_dPowx_EXHAynn(29, a.data(), 2.75, wantx.data());
+  const unsigned saved = _mm_getcsr();
+  const unsigned round_up = (saved & ~0x6000u) | 0x4000u;
+  _mm_setcsr(round_up);
+  hpk_vmk_kernel_dPow_EXHAynn(29, a.data(), b.data(), got.data());
+  hpk_vmk_kernel_dPowx_EXHAynn(29, a.data(), 2.75, gotx.data());
+  const unsigned after = _mm_getcsr();
+  _mm_setcsr(saved);
+  EXPECT_EQ(after & 0xE040u, round_up & 0xE040u);
+  for (int i = 0; i < 29; ++i) {
+    EXPECT_EQ(bits(got[i]), bits(want[i])) << i;
+    EXPECT_EQ(bits(gotx[i]), bits(wantx[i])) << i;
+  }
+  uint16_t cw = 0x37F, cw_after;  // 64-bit precision: the kernel sets 53 bits and restores
+  __asm__ volatile("fldcw %0" : : "m"(cw));
+  hpk_vmk_kernel_dPow3o2_EXHAynn(29, a.data(), r32.data());
+  __asm__ volatile("fnstcw %0" : "=m"(cw_after));
+  const uint16_t standard = 0x37F;
+  __asm__ volatile("fldcw %0" : : "m"(standard));
+  EXPECT_EQ(cw_after, cw);
 }
 
 }  // namespace

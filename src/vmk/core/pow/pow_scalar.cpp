@@ -19,7 +19,7 @@ const PowConstants kPowConstants = {
     c2(pow_tables::clv7),   c2(db2p45_2p44),       c2(pow_tables::cev1),  c2(pow_tables::cev2),
     c2(pow_tables::cev3),   c2(pow_tables::cev4),  c2(pow_tables::cev5),  c2(kZBoundD),
     c2(kZBoundS),           c2(-0x1.71547652b82fep+0), c2(-0x1.71547652b82fep-1),
-    c2(-0x1.ec709dc3a03fdp-2)};
+    c2(-0x1.ec709dc3a03fdp-2), c2(-0x1.71547652b82fep-2)};
 
 namespace {
 
