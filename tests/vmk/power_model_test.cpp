@@ -55,13 +55,12 @@ double model_pow(double x, double y) {
   const double Q = R * tab::clv1 +
                    R2 * ((tab::clv2 + R * tab::clv3) +
                          R2 * ((tab::clv4 + R * tab::clv5) + R2 * (tab::clv6 + R * tab::clv7)));
-  const double lo0 = ((Tlo + err) + Rl * LHN) + Q;
-  const double hi = hi0 + lo0, lo = (hi0 - hi) + lo0;
+  const double lo = ((Tlo + err) + Rl * LHN) + Q;
 
   const double yh = mask26(y), yl = y - yh;
-  const double hh = mask26(hi), hl = hi - hh;
-  const double zh = y * hi;
-  const double zl = ((((yh * hh - zh) + yh * hl) + yl * hh) + yl * hl) + y * lo;
+  const double hh = mask26(hi0 + lo), hl = (hi0 - hh) + lo;
+  const double zh = yh * hh;
+  const double zl = (yh * hl + yl * hh) + yl * hl;
 
   const double shifter = 52776558133248.0;
   const double t = zh + shifter;

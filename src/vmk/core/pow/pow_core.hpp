@@ -18,22 +18,23 @@
 //   A    = N + Thi                 exact (Thi on the 2^-42 grid, |N| < 2^11)
 //   hi   = A + P,  err = (A - hi) + P    exact: A = 0 or |A| >= 2 |P| (row by row)
 //   Q    = R clv1 + R2 ((clv2 + R clv3) + R2 ((clv4 + R clv5) + R2 (clv6 + R clv7))),  R2 = R R
-//   lo   = ((Tlo + err) + Rl * LHN) + Q
-//   log2 x = s + ((hi - s) + lo),  s = hi + lo  (renormalised, |lo| <= |hi| here: where T = 0,
-//          lo holds the R^2 term, 2^-12 of hi, and y * lo would otherwise round visibly)
+//   lo   = ((Tlo + err) + Rl * LHN) + Q,   log2 x ~ hi + lo
 // so log2 x = N + T + log2(1 - R) with the leading term R * LHN carried exactly. The
 // truncation of the series is below 2^-80; the roundings of Q (the largest on R2 clv2, a few
 // 2^-77 absolute) are at most 2^-66 of log2 x where T != 0 (|log2 x| >= 2^-10.5), and up to
 // 2^-64 of it where T = 0 (x within 2^-11 of 1, log2 x ~ R / ln 2).
-// The product with y, y = yh + yl and hi = hh + hl split on iHighMask:
-//   zh   = y * hi
-//   zl   = ((((yh * hh - zh) + yh * hl) + yl * hh) + yl * hl) + y * lo
-// (yh * hh and its difference with zh are exact; |zl| is a few ulp of zh at most.) The
-// product adds below 2^-100 relative; the error of z is that of log2 x times |z|, at most
-// 2^-54 absolute for |z| near 1022 next to x = 1, 2^-56 elsewhere.
+// The product with y, split on iHighMask as y = yh + yl (26 and 27 bits):
+//   s    = hi + lo,  hh = s & iHighMask (26 bits),  hl = (hi - hh) + lo
+//   zh   = yh * hh                            exact
+//   zl   = (yh * hl + yl * hh) + yl * hl      |zl| <= 2^-25 |z|
+// (hi - hh is exact: both are multiples of ulp(hi) / 2 and the difference is at most
+// |lo| + 2^-26 |s|; hl itself, at most 2^-26 |s|, carries a rounding below 2^-79 of log2 x,
+// so lo's share, up to 2^-12 of hi where T = 0, is not rounded at the scale of hi. yl * hh is
+// exact.) The product adds below 2^-76 relative; the error of z is that of log2 x times |z|,
+// at most 2^-54 absolute for |z| near 1022 next to x = 1, 2^-56 elsewhere.
 // The exponent step, for |zh| < 1020 (the result is then normal):
 //   t    = zh + db2p45_2p44   (the low bits of t hold k = zh * 128 rounded)
-//   kd   = t - db2p45_2p44,  r = (zh - kd) + zl,  |r| <= 2^-8 (1 + 2^-40)
+//   kd   = t - db2p45_2p44,  r = (zh - kd) + zl,  |r| <= 2^-8 + 2^-15
 //   j    = k & 127, (T, Tl) = exp2_tbl[j],  m = k >> 7
 //   p    = r cev1 + r2 ((cev2 + r cev3) + r2 (cev4 + r cev5)),  r2 = r r
 //   v    = T + (Tl + T p)
@@ -129,17 +130,18 @@ template <bool Extra = false>
   const vd Q = R * c.clv1 +
                R2 * ((c.clv2 + R * c.clv3) + R2 * ((c.clv4 + R * c.clv5) + R2 * (c.clv6 + R * c.clv7)));
   const vd lo = ((Tlo + err) + Rl * c.lhn) + Q;
-  const vd s = hi + lo;  // renormalised: where T = 0, lo is up to 2^-12 of hi
-  return {s, (hi - s) + lo};
+  return {hi, lo};
 }
 
 // y (split as yh + yl) times the double-double L.
 [[gnu::always_inline]] inline simd::vdd mul_dd(vd y, vd yh, vd yl, simd::vdd L) {
   const PowConstants &c = constants();
-  const vd hh = (vd)((vul)L.hi & c.high_mask);
-  const vd hl = L.hi - hh;
-  const vd zh = y * L.hi;
-  const vd zl = ((((yh * hh - zh) + yh * hl) + yl * hh) + yl * hl) + y * L.lo;
+  const vd s = L.hi + L.lo;
+  const vd hh = (vd)((vul)s & c.high_mask);
+  const vd hl = (L.hi - hh) + L.lo;
+  const vd zh = yh * hh;
+  const vd zl = (yh * hl + yl * hh) + yl * hl;
+  (void)y;
   return {zh, zl};
 }
 
