@@ -65,15 +65,17 @@ struct PowxExponents<float> {
                      db2o3 = 0x3F2AAAAB, db3o2 = 0x3FC00000;
 };
 
+// The exponent 2: each element times itself, in rounds of 4 elements, then a tail. Every
+// element is read before its result is stored, so y equal to a is fine.
 template <class E>
 void square(int n, const E *a, E *y) {
   using V = typename PassFormat<E>::V;
-  constexpr int L = PassFormat<E>::kLanes;
+  constexpr int L = PassFormat<E>::kLanes, R = 4 / L;
   int i = 0;
-  for (; i <= n - 4 * L; i += 4 * L) {
-    V v[4];
-    for (int k = 0; k < 4; ++k) v[k] = simd::loadu(a + i + k * L);
-    for (int k = 0; k < 4; ++k) simd::storeu(y + i + k * L, v[k] * v[k]);
+  for (; i <= n - 4; i += 4) {
+    V v[R];
+    for (int k = 0; k < R; ++k) v[k] = simd::loadu(a + i + k * L);
+    for (int k = 0; k < R; ++k) simd::storeu(y + i + k * L, v[k] * v[k]);
   }
   for (; i < n; ++i) y[i] = a[i] * a[i];
 }
