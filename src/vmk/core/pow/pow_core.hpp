@@ -133,15 +133,14 @@ template <bool Extra = false>
   return {hi, lo};
 }
 
-// y (split as yh + yl) times the double-double L.
-[[gnu::always_inline]] inline simd::vdd mul_dd(vd y, vd yh, vd yl, simd::vdd L) {
+// y, split as yh + yl, times the double-double L.
+[[gnu::always_inline]] inline simd::vdd mul_dd(vd yh, vd yl, simd::vdd L) {
   const PowConstants &c = constants();
   const vd s = L.hi + L.lo;
   const vd hh = (vd)((vul)s & c.high_mask);
   const vd hl = (L.hi - hh) + L.lo;
   const vd zh = yh * hh;
   const vd zl = (yh * hl + yl * hh) + yl * hl;
-  (void)y;
   return {zh, zl};
 }
 
@@ -172,9 +171,9 @@ struct Exp2Parts {
 // The main route: the result for each lane, and in `bad` the lanes whose |zh| reaches 1020
 // (their z is replaced by 0 before the exponent step, so they raise no flag there; the caller
 // sends them to the scalar route).
-[[gnu::always_inline]] inline vd main(vd x, vd y, vd yh, vd yl, vd &bad) {
+[[gnu::always_inline]] inline vd main(vd x, vd yh, vd yl, vd &bad) {
   const PowConstants &c = constants();
-  const simd::vdd z = mul_dd(y, yh, yl, log2_dd(x));
+  const simd::vdd z = mul_dd(yh, yl, log2_dd(x));
   bad = (vd)((vd)((vul)z.hi & c.abs_mask) >= c.zbound_d);
   const Exp2Parts e = exp2_parts(simd::andnot_bits(bad, z.hi), simd::andnot_bits(bad, z.lo));
   return (vd)((vul)e.v() + ((e.t_bits >> 7) << 52));

@@ -47,12 +47,9 @@ struct PowKernel {
 
   [[gnu::always_inline]] V main(V x, V yv, simd::vd &bad) const {
     if constexpr (sizeof(E) == 8) {
-      simd::vd h = yh, l = yl, w = yc;
-      if constexpr (!Const) {
-        w = yv;
-        pow_core::split_y(w, h, l);
-      }
-      return pow_core::main(x, w, h, l, bad);
+      simd::vd h = yh, l = yl;
+      if constexpr (!Const) pow_core::split_y(yv, h, l);
+      return pow_core::main(x, h, l, bad);
     } else {
       const simd::vd x0 = (simd::vd)_mm_cvtps_pd((__m128)x);
       const simd::vd x1 = (simd::vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));

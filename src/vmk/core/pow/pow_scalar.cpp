@@ -61,7 +61,7 @@ double positive_pow(double x, double y) {
   if (ay >= 0x1p1000) return (l > 0) == (y > 0) ? overflow() : underflow();
   vd yh, yl;
   split_y(simd::splat(y), yh, yl);
-  const simd::vdd z = mul_dd(simd::splat(y), yh, yl, L);
+  const simd::vdd z = mul_dd(yh, yl, L);
   const double zh = z.hi[0];
   if (zh >= 1100.0) return overflow();
   if (zh <= -1100.0) return underflow();
