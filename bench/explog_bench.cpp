@@ -79,6 +79,32 @@ __m128d sleef_log(__m128d x) { return Sleef_logd2_u10sse2(x); }
 
 #define EXPLOG_SIZES ->Arg(1000)->Arg(100000)
 
+template <class In, void (*K)(int, const float *, float *)>
+void BM_hpk_s(benchmark::State &st) {
+  const int n = int(st.range(0));
+  std::vector<float> a(n), y(n);
+  for (int i = 0; i < n; ++i) a[i] = float(In::at(i) / 8.1);  // within the single main route
+  for (auto _ : st) {
+    K(n, a.data(), y.data());
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * n);
+}
+
+template <class In, float (*F)(float)>
+void BM_glibc_s(benchmark::State &st) {
+  const int n = int(st.range(0));
+  std::vector<float> a(n), y(n);
+  for (int i = 0; i < n; ++i) a[i] = float(In::at(i) / 8.1);  // within the single main route
+  for (auto _ : st) {
+    for (int i = 0; i < n; ++i) y[i] = F(a[i]);
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * n);
+}
+float glibc_expf(float x) { return std::exp(x); }
+float glibc_logf(float x) { return std::log(x); }
+
 BENCHMARK(BM_hpk<ExpInput, _vmkdExp_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_glibc<ExpInput, glibc_exp>) EXPLOG_SIZES;
 BENCHMARK(BM_vec2<ExpInput, mvec_exp>) EXPLOG_SIZES;
@@ -86,6 +112,15 @@ BENCHMARK(BM_hpk<LnInput, _vmkdLn_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_glibc<LnInput, glibc_log>) EXPLOG_SIZES;
 BENCHMARK(BM_vec2<LnInput, mvec_log>) EXPLOG_SIZES;
 BENCHMARK(BM_hpk<LnInput, _vmkdLog10_HA>) EXPLOG_SIZES;
+BENCHMARK(BM_hpk<ExpInput, _vmkdExpm1_HA>)->Arg(1000);
+BENCHMARK(BM_hpk<LnInput, _vmkdLog1p_HA>)->Arg(1000);
+BENCHMARK(BM_hpk_s<ExpInput, _vmksExpm1_HA>)->Arg(1000);
+BENCHMARK(BM_hpk_s<LnInput, _vmksLog1p_HA>)->Arg(1000);
+BENCHMARK(BM_hpk_s<LnInput, _vmksLog10_HA>)->Arg(1000);
+BENCHMARK(BM_hpk_s<ExpInput, _vmksExp_HA>) EXPLOG_SIZES;
+BENCHMARK(BM_glibc_s<ExpInput, glibc_expf>) EXPLOG_SIZES;
+BENCHMARK(BM_hpk_s<LnInput, _vmksLn_HA>) EXPLOG_SIZES;
+BENCHMARK(BM_glibc_s<LnInput, glibc_logf>) EXPLOG_SIZES;
 #ifdef HPK_HAVE_SLEEF
 BENCHMARK(BM_vec2<ExpInput, sleef_exp>) EXPLOG_SIZES;
 BENCHMARK(BM_vec2<LnInput, sleef_log>) EXPLOG_SIZES;

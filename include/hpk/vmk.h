@@ -107,6 +107,39 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
                                    const hpk_complex16 *b, hpk_complex16 *y, hpk_complex16 *z,
                                    const char *name);
 
+/* ---- trigonometric scalar routes and reductions ---------------------------------------- */
+
+/* Scalar reduced-path routines of the trigonometric kernels: element i of a goes to y[i] (and
+ * z[i]), correct for every input, with the status reported under `name` (the double routines)
+ * or under their own name ("sSin_HA", ...). The double _HA/_LA/_A11 forms forward to the
+ * routine with the name "dSin_HA" and the like. */
+HPK_API void hpk_vmk_kernel_dSin_SC(int32_t i, const double *a, double *y, const char *name);
+HPK_API void hpk_vmk_kernel_dCos_SC(int32_t i, const double *a, double *y, const char *name);
+HPK_API void hpk_vmk_kernel_dTan_SC(int32_t i, const double *a, double *y, const char *name);
+HPK_API void hpk_vmk_kernel_dSinCos_SC(int32_t i, const double *a, double *y, double *z,
+                                       const char *name);
+#define HPK_VMK_TRIG_SC_LEVELS(M, t, Fn, T) M(t, Fn, T, HA) M(t, Fn, T, LA) M(t, Fn, T, A11)
+#define HPK_VMK_TRIG_SC_ONE(t, Fn, T, lvl) \
+  HPK_API void hpk_vmk_kernel_##t##Fn##_SC_##lvl(int32_t i, const T *a, T *y);
+#define HPK_VMK_TRIG_SC_TWO(t, Fn, T, lvl) \
+  HPK_API void hpk_vmk_kernel_##t##Fn##_SC_##lvl(int32_t i, const T *a, T *y, T *z);
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, d, Sin, double)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, d, Cos, double)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, d, Tan, double)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_TWO, d, SinCos, double)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Sin, float)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Cos, float)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Tan, float)
+HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_TWO, s, SinCos, float)
+
+/* x = q pi/2 + r[0] + r[1] with |r[0] + r[1]| about pi/4 at most, for any finite x (an
+ * infinity or NaN gives NaN and q = 0). Returns q, whose value mod 4 is the quadrant. */
+HPK_API int32_t hpk_vmk_kernel_reduce_pio2d(double x, double *r);
+
+/* The same for an 80-bit extended x: r[0] + r[1] (r[1] written only when want_lo is not 0).
+ * Runs under the caller's x87 state, which must be at 64-bit precision and nearest. */
+HPK_API int32_t hpk_vmk_kernel_reduce_pi04l(long double x, int32_t want_lo, long double *r);
+
 /* This is the baseline build: SSE2 and x87 only. Always 0. */
 HPK_API int dll_cpu_version(void);
 

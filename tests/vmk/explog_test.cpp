@@ -305,6 +305,29 @@ TEST(ExpFamily, ControlStateDuringTheCallAndAfter) {
   }).join();
 }
 
+// Every kernel runs its arithmetic in round to nearest whatever the caller's rounding mode.
+TEST(ExpFamily, CallerRoundingModeDoesNotChangeResults) {
+  std::vector<double> a;
+  for (int i = 0; i < 400; ++i) a.push_back(0.0137 * i * i - 300.0 + 1e-9 * i);
+  std::thread([&] {
+    for (const char *fn : {"Exp", "Expm1", "Ln", "Log10", "Log1p"}) {
+      std::vector<double> near(a.size()), up(a.size());
+      std::vector<float> af(a.begin(), a.end()), nearf(a.size()), upf(a.size());
+      run<double>(fn, int(a.size()), a.data(), near.data());
+      run<float>(fn, int(a.size()), af.data(), nearf.data());
+      const uint32_t csr = _mm_getcsr();
+      _mm_setcsr((csr & ~0x6000u) | 0x4000u);  // round up
+      run<double>(fn, int(a.size()), a.data(), up.data());
+      run<float>(fn, int(a.size()), af.data(), upf.data());
+      _mm_setcsr(csr);
+      for (size_t i = 0; i < a.size(); ++i) {
+        EXPECT_EQ(bits(up[i]), bits(near[i])) << fn << " " << a[i];
+        EXPECT_EQ(bits(upf[i]), bits(nearf[i])) << fn << " " << af[i];
+      }
+    }
+  }).join();
+}
+
 TEST(ExpFamily, InPlaceGivesTheSameResults) {
   std::vector<double> a(101);
   std::vector<float> af(101);

@@ -133,12 +133,14 @@ TEST(Isa, NoInstructionBeyondSse2) {
   static const char *const kBeyond[] = {
       "addsubp", "haddp", "hsubp", "lddqu", "movddup", "movshdup", "movsldup",         // SSE3
       "pshufb", "phadd", "phsub", "pmaddubsw", "pmulhrsw", "psign", "pabs", "palignr", // SSSE3
-      "blendp", "blendvp", "pblend", "dpp", "insertps", "extractps", "pextr", "pinsr",
-      "pmaxsb", "pmaxsd", "pmaxuw", "pmaxud", "pminsb", "pminsd", "pminuw", "pminud", "pmuldq", "pmulld", "ptest", "roundp", "rounds",
+      "blendp", "blendvp", "pblend", "dpp", "insertps", "extractps", "pextrb", "pextrd", "pextrq", "pinsrb", "pinsrd", "pinsrq",
+      "pmaxsb", "pmaxsd", "pmaxuw", "pmaxud", "pminsb", "pminsd", "pminuw", "pminud",
+      "pmuldq", "pmulld", "ptest", "roundp", "rounds",
       "pmovsx", "pmovzx", "packusdw", "pcmpeqq", "pcmpgtq", "phminposuw", "mpsadbw",
       "movntdqa", "pcmpestr", "pcmpistr", "crc32", "popcnt", "lzcnt", "tzcnt", "bextr",
-      "blsi", "blsr", "bzhi", "pdep", "pext", "sarx", "shlx", "shrx", "rorx", "mulx", "movbe"};
-  static const char *const kBeyondExact[] = {"andn"};  // BMI1; "andnpd" is SSE2
+      "blsi", "blsr", "bzhi", "sarx", "shlx", "shrx", "rorx", "mulx", "movbe"};
+  // Names that are prefixes of SSE2 mnemonics (andnpd, pextrw) are matched whole.
+  static const char *const kBeyondExact[] = {"andn", "pdep", "pext"};
   char line[512];
   long instructions = 0;
   std::vector<std::string> offenders;

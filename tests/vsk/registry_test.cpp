@@ -71,7 +71,7 @@ TEST(Registry, LegacyValidityIgnoresMemberAndPassesNegativeRows) {
   struct Case { int32_t brng; int32_t status; };
   const Case cases[] = {
       {4, 0}, {5, 0}, {276, 0},              // every WH legacy id reaches row 4
-      {3, HPK_VSK_ERROR_INVALID_BRNG},       // a row not built
+      {1, HPK_VSK_ERROR_INVALID_BRNG},       // a row not built (R250)
       {278, HPK_VSK_ERROR_INVALID_BRNG},
       {279, HPK_VSK_ERROR_INVALID_BRNG},     // past the legacy rows
       {0xfffff, HPK_VSK_ERROR_INVALID_BRNG},
@@ -105,7 +105,7 @@ TEST(Registry, PropertiesCopyTheRowOrLeaveTheOutputAlone) {
   const BrngEntry w = toy::wide_entry();
   EXPECT_TRUE(toy::same_entry(out, w));
 
-  const int32_t bad[] = {ids.lcg + 1, HPK_VSK_BRNG_MT19937, HPK_VSK_BRNG_WH + 273, 279, 0, -1,
+  const int32_t bad[] = {ids.lcg + 1, HPK_VSK_BRNG_R250, HPK_VSK_BRNG_WH + 273, 279, 1, -1,
                          INT_MIN};
   for (int32_t brng : bad) {
     std::memset(&out, 0x5a, sizeof out);

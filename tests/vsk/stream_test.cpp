@@ -21,7 +21,7 @@ TEST(Stream, NewStreamStatuses) {
       {HPK_VSK_BRNG_DABSTRACT, 2, -1000, false},
       {HPK_VSK_BRNG_SABSTRACT, 2, -1000, false},
       {HPK_VSK_BRNG_DABSTRACT + 1, 2, -1000, false},  // not the abstract id: refused as not built
-      {HPK_VSK_BRNG_MCG31M1, 2, -1000, false},         // reserved row, generator not built
+      {HPK_VSK_BRNG_R250, 2, -1000, false},            // reserved row, generator not built
       {ids.lcg + 1, 2, -1000, false},
       {(HPK_VSK_MAX_REG_BRNGS + 1) << 20, 2, -1000, false},
       {279, 2, -1000, false},

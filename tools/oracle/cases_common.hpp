@@ -6,6 +6,7 @@
 #include <cmath>
 #include <string>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include "hpk/vmk.h"
@@ -72,11 +73,33 @@ inline std::string single_peer(const char *name) {
                      kernel_address(+[](double a, double b) { return double(expr); })});       \
   } while (0)
 
+// The s and d rows of a function with specials and ranges of its own.
+inline void add_pair(std::vector<Case> &out, const char *fn, int arity, void *ks, void *kd,
+                     Ref1 ref1, Ref2 ref2, std::vector<Range> ranges_s,
+                     std::vector<Range> ranges_d, std::vector<double> specials_s,
+                     std::vector<double> specials_d, double bound, const char *peer, void *ps,
+                     void *pd) {
+  out.push_back({std::string("s") + fn, 's', arity, ks, ref1, ref2, std::move(ranges_s),
+                 std::move(specials_s), bound, single_peer(peer), ps});
+  out.push_back({std::string("d") + fn, 'd', arity, kd, ref1, ref2, std::move(ranges_d),
+                 std::move(specials_d), bound, peer, pd});
+}
+
+// The s and d peers std::f(a) and std::f(a, b) as kernel addresses.
+#define HPK_ORACLE_PEERS1(f)                                       \
+  kernel_address(+[](float a) { return std::f(a); }),              \
+      kernel_address(+[](double a) { return std::f(a); })
+#define HPK_ORACLE_PEERS2(f)                                       \
+  kernel_address(+[](float a, float b) { return std::f(a, b); }),  \
+      kernel_address(+[](double a, double b) { return std::f(a, b); })
+
 // One adder per family, each in its own source file.
 void add_arith_cases(std::vector<Case> &out);
 void add_rounding_cases(std::vector<Case> &out);
 void add_divroot_cases(std::vector<Case> &out);
 void add_explog_cases(std::vector<Case> &out);
+void add_trig_cases(std::vector<Case> &out);
+void add_hyperbolic_cases(std::vector<Case> &out);
 void add_power_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle

@@ -36,17 +36,6 @@ std::vector<double> as_single(const std::vector<double> &v) {
   return out;
 }
 
-void add_pair(std::vector<Case> &out, const char *fn, void *ks, void *kd, Ref1 ref,
-              std::vector<Range> rs, std::vector<Range> rd, const std::vector<double> &specials,
-              const char *peer, void *ps, void *pd) {
-  out.push_back({std::string("s") + fn, 's', 1, ks, ref, nullptr, rs, as_single(specials), 1.0,
-                 single_peer(peer), ps});
-  out.push_back({std::string("d") + fn, 'd', 1, kd, ref, nullptr, rd, specials, 1.0, peer, pd});
-}
-
-#define PEERS(f) kernel_address(+[](float a) { return std::f(a); }), \
-                 kernel_address(+[](double a) { return std::f(a); })
-
 }  // namespace
 
 void add_explog_cases(std::vector<Case> &out) {
@@ -59,17 +48,21 @@ void add_explog_cases(std::vector<Case> &out) {
   const Range rlog1p_s{0x1p-30, kMaxF, false};
   const Range pos_d{kTrueMinD, kMaxD, false};
   const Range pos_s{kTrueMinF, kMaxF, false};
-  add_pair(out, "Exp", kernel_address(_vmksExp_HA), kernel_address(_vmkdExp_HA), ref_exp,
-           {rexp_s, exp_core}, {rexp_d, exp_core}, kExpSpecialsD, "exp", PEERS(exp));
-  add_pair(out, "Expm1", kernel_address(_vmksExpm1_HA), kernel_address(_vmkdExpm1_HA), ref_expm1,
-           {rexp_s, exp_core}, {rexp_d, exp_core}, kExpSpecialsD, "expm1", PEERS(expm1));
-  add_pair(out, "Ln", kernel_address(_vmksLn_HA), kernel_address(_vmkdLn_HA), ref_ln,
-           {pos_s, near1, at1}, {pos_d, near1, at1}, kLogSpecialsD, "log", PEERS(log));
-  add_pair(out, "Log10", kernel_address(_vmksLog10_HA), kernel_address(_vmkdLog10_HA), ref_log10,
-           {pos_s, near1, at1}, {pos_d, near1, at1}, kLogSpecialsD, "log10", PEERS(log10));
-  add_pair(out, "Log1p", kernel_address(_vmksLog1p_HA), kernel_address(_vmkdLog1p_HA), ref_log1p,
-           {rlog1p_s, {0x1p-30, 1.0, true}}, {rlog1p_d, {0x1p-60, 1.0, true}}, kLogSpecialsD,
-           "log1p", PEERS(log1p));
+  add_pair(out, "Exp", 1, kernel_address(_vmksExp_HA), kernel_address(_vmkdExp_HA), ref_exp, nullptr,
+           {rexp_s, exp_core}, {rexp_d, exp_core}, as_single(kExpSpecialsD),
+           kExpSpecialsD, 1.0, "exp", HPK_ORACLE_PEERS1(exp));
+  add_pair(out, "Expm1", 1, kernel_address(_vmksExpm1_HA), kernel_address(_vmkdExpm1_HA), ref_expm1, nullptr,
+           {rexp_s, exp_core}, {rexp_d, exp_core}, as_single(kExpSpecialsD),
+           kExpSpecialsD, 1.0, "expm1", HPK_ORACLE_PEERS1(expm1));
+  add_pair(out, "Ln", 1, kernel_address(_vmksLn_HA), kernel_address(_vmkdLn_HA), ref_ln, nullptr,
+           {pos_s, near1, at1}, {pos_d, near1, at1}, as_single(kLogSpecialsD),
+           kLogSpecialsD, 1.0, "log", HPK_ORACLE_PEERS1(log));
+  add_pair(out, "Log10", 1, kernel_address(_vmksLog10_HA), kernel_address(_vmkdLog10_HA), ref_log10, nullptr,
+           {pos_s, near1, at1}, {pos_d, near1, at1}, as_single(kLogSpecialsD),
+           kLogSpecialsD, 1.0, "log10", HPK_ORACLE_PEERS1(log10));
+  add_pair(out, "Log1p", 1, kernel_address(_vmksLog1p_HA), kernel_address(_vmkdLog1p_HA), ref_log1p, nullptr,
+           {rlog1p_s, {0x1p-30, 1.0, true}}, {rlog1p_d, {0x1p-60, 1.0, true}},
+           as_single(kLogSpecialsD), kLogSpecialsD, 1.0, "log1p", HPK_ORACLE_PEERS1(log1p));
 }
 
 }  // namespace hpk::oracle

@@ -9,6 +9,8 @@ to double exactly through Fractions (float() of a Fraction rounds correctly).
 
   s_dwExp2[j]          2^(j/64) as hi (correctly rounded) and lo (the rounded remainder), j < 64
   s_dwExp2_128[j]      2^(j/128) the same way, j < 128 (Expm1)
+  exp2f_table[j]       2^(j/128) as two floats, hi correctly rounded and lo the rounded
+                       remainder (hi + lo is exact in double and within 2^-48 relative), j < 128
   BT_Tbl (Ln, Log10)   513 rows of four doubles for Y = 1 + f in [1, 2), row i centred on
                        c = 1 + i/512:
                          rcp    1/c rounded to 32 significant bits (row 0: 1, row 512: 1/2), so
@@ -19,6 +21,10 @@ to double exactly through Fractions (float() of a Fraction rounds correctly).
                                 rows serve x in [0.7495, 1) * 2^N with Y = 2 x 2^-N), split as
                                 T_hi, a multiple of 2^-42 (ln) or 2^-43 (log10) so that
                                 N * Ln2hi + T_hi is exact, and T_lo = T - T_hi rounded.
+  BT_Tbl_LnSingle      65 rows of two doubles for the single kernels, row i centred on
+                       c = 1 + i/64: rcp = 1/c rounded to double, T = -ln(rcp) for rows 0..31
+                       and -ln(2 rcp) for rows 32..64 (the exponent counted from 0.74609375),
+                       so rows 0 and 64 hold exactly 0 (1040 bytes)
   dbLg2hi/lo           log10(2) split on the 2^-43 grid (42 significant bits).
   Log10 polynomial     R * (P0 + P1 R + ... + P4 R^4) ~ log10(1 + R) - dbC R on |R| <= 2^-10,
                        interpolated at the Chebyshev nodes of h(R) = (log10(1+R) - dbC R) / R
@@ -165,6 +171,16 @@ def main():
     exp = head + ["namespace hpk::vmk::exp_tables {", ""]
     exp += rows("s_dwExp2", "double", exp2_table(64), 2, "2^(j/64): hi, lo")
     exp += [""] + rows("s_dwExp2_128", "double", exp2_table(128), 2, "2^(j/128): hi, lo")
+    f32 = []
+    for j in range(128):
+        v = frac(mpmath.power(2, mpmath.mpf(j) / 128))
+        hi = rnd_bits(v, 24)
+        f32 += [float(hi), float(rnd_bits(v - hi, 24))]
+    exp += [""] + ["// 2^(j/128): hi, lo as floats",
+                   "alignas(16) inline constexpr float exp2f_table[256] = {"]
+    for i in range(0, 256, 4):
+        exp.append("    " + ", ".join(hx(v) + "f" for v in f32[i:i + 4]) + ",")
+    exp += ["};"]
     taylor = [float(Fraction(1, f)) for f in (2, 6, 24, 120, 720)]
     exp += ["", "// expm1(r) = r + r^2 (c2 + r (c3 + r (c4 + r (c5 + r c6))))"]
     exp += rows("kExpm1Poly", "double", taylor, 5)
@@ -180,6 +196,13 @@ def main():
                "rcp, spare, T_hi (2^-42 grid), T_lo")
     ln += [""] + rows("BT_Tbl_Log10", "double", log_table(mpmath.log10, -43), 4,
                       "rcp, spare, T_hi (2^-43 grid), T_lo; decimal logarithms")
+    single = []
+    for i in range(65):
+        c = 1 + Fraction(i, 64)
+        rcp = Fraction(float(1 / c))
+        t = -mpmath.log(mpmath.mpf((2 if i >= 32 else 1) * rcp.numerator) / rcp.denominator)
+        single += [float(rcp), float(frac(t)) if t != 0 else 0.0]
+    ln += [""] + rows("BT_Tbl_LnSingle", "double", single, 2, "rcp, T = -ln(rcp) or -ln(2 rcp)")
     ln += ["", f"inline constexpr double dbLg2hi = {hx(lg2hi)};",
            f"inline constexpr double dbLg2lo = {hx(lg2lo)};",
            f"// log10(1+R) ~ dbC R + R (P0 + ... + P4 R^4) on |R| <= 2^-10; relative error of the",

@@ -63,6 +63,7 @@ struct PassFormat<float> {
   static constexpr int kBlock = 16;
   static uint32_t top(float x) { return simd::bits(x); }
   static void tops(const V *v, simd::vui *t) {
+#pragma GCC unroll 4
     for (int k = 0; k < 4; ++k) t[k] = (simd::vui)v[k];
   }
   static constexpr int kTopVectors = 4;

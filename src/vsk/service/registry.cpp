@@ -8,6 +8,9 @@
 #include "vsk/service/registry.hpp"
 
 #include "hpk/vsk_sobol.h"
+#include "hpk/vsk_brng_mcg.h"
+#include "hpk/vsk_brng_mt.h"
+#include "vsk/brng/mt2203/mt2203_members.hpp"
 
 #include <cstring>
 
@@ -39,15 +42,16 @@ struct BuiltinRow {
 
 // Rows 0 to 13 of the current table; row r has id (r + 1) << 20.
 constexpr BuiltinRow kBuiltin[HPK_VSK_NUM_BUILTIN_BRNGS] = {
-    {24, 1, 0, 4, 31, 1, not_built},             // 0  MCG31M1
+    {24, 1, 0, 4, 31, 1, HPK_VSK_BRNG_FUNCTIONS(MCG31M1)},  // 0  MCG31M1
     {1024, 252, 1, 4, 32, 1, not_built},         // 1  R250
     {40, 6, 1, 4, 32, 1, not_built},             // 2  MRG32K3A
-    {32, 1, 0, 8, 59, 1, not_built},             // 3  MCG59
+    {32, 1, 0, 8, 59, 1, HPK_VSK_BRNG_FUNCTIONS(MCG59)},    // 3  MCG59
     {48, 4, 1, 16, 24, 273, not_built},          // 4  WH
     {11648, 2604, 0, 4, 32, 1, HPK_VSK_BRNG_FUNCTIONS(Sobol)},  // 5  Sobol
     {43280, 10498, 0, 4, 32, 1, not_built},      // 6  Niederr
-    {2520, 625, 1, 4, 32, 1, not_built},         // 7  MT19937
-    {312, 70, 1, 4, 32, 6024, not_built},        // 8  MT2203
+    {2520, 625, 1, 4, 32, 1, HPK_VSK_BRNG_FUNCTIONS(MT19937)},  // 7  MT19937
+    // Members of MT2203 whose parameters are proven so far (6024 once the table is complete).
+    {312, 70, 1, 4, 32, kMt2203Members, HPK_VSK_BRNG_FUNCTIONS(MT2203)},  // 8  MT2203
     {48, 0, 1, 4, 32, 1, not_built},             // 9  iAbstract
     {64, 0, 1, 4, 32, 1, not_built},             // 10 dAbstract
     {56, 0, 1, 4, 32, 1, not_built},             // 11 sAbstract

@@ -63,10 +63,11 @@ extern const ExpConstants kExpConstants;
   const vd kd = t - c.rs;
   const vd r = (x - kd * c.ln_hi) - kd * c.ln_lo;
   const vul tb = (vul)t;
-  // the low words of both lanes (k's low bits) in one transfer to a general register
-  const uint64_t lows = uint64_t(_mm_cvtsi128_si64(_mm_shuffle_epi32((__m128i)t, _MM_SHUFFLE(3, 1, 2, 0))));
-  const uint64_t j0 = lows & 63, j1 = (lows >> 32) & 63;
-  const __m128d row0 = _mm_load_pd(s_dwExp2 + 2 * j0), row1 = _mm_load_pd(s_dwExp2 + 2 * j1);
+  // j * 16 bytes for both lanes, fetched by pextrw straight into general registers
+  const __m128i off = _mm_slli_epi32(_mm_and_si128((__m128i)tb, _mm_set1_epi32(63)), 4);
+  const char *base = reinterpret_cast<const char *>(s_dwExp2);
+  const __m128d row0 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0)));
+  const __m128d row1 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 4)));
   const vd T = (vd)_mm_unpacklo_pd(row0, row1), Tl = (vd)_mm_unpackhi_pd(row0, row1);
   const vd r2 = r * r;
   const vd p = r + r2 * ((c.a2 + r * c.a3) + r2 * (c.a4 + r * c.a5));
@@ -82,6 +83,43 @@ extern const ExpConstants kExpConstants;
 [[gnu::always_inline]] inline vd main(vd x) {
   const Reduced q = reduce(x);
   return (vd)((vul)q.v + ((q.t_bits >> 6) << 52));
+}
+
+// The single route, four lanes of single arithmetic with the float table:
+//   t = x * 128/ln 2 + 1.5 * 2^23 (k in t's low bits), kd = t - 1.5 * 2^23,
+//   r = (x - kd * L1) - kd * L2, L1 = ln 2 / 128 to 10 bits (kd * L1 and the difference are
+//   exact for |k| <= 16128), L1 + L2 within 2^-38 of ln 2 / 128; |r| <= 2^-8.5,
+//   j = k mod 128, m = k >> 7, (T, Tl) = exp2f_table[j] (T + Tl within 2^-48 of 2^(j/128)),
+//   p = r + r^2 (1/2 + r/6)                 (truncation below 2^-38 relative),
+//   v = T + (Tl + T p), result = v * 2^m by adding m to the exponent field.
+// Over the main route (|x| <= 87.33654, so x > -126 ln 2) v lies in (1, 2) when m = -126 and
+// the result is normal. The rounded terms are at most 2^-8 of the result, so the error is the
+// last addition's half ulp plus about 2^-8 ulp.
+struct alignas(16) ExpSingleConstants {
+  simd::vf inv_ln, rs, l1, l2, half, sixth;
+};
+extern const ExpSingleConstants kExpSingleConstants;
+
+[[gnu::always_inline]] inline simd::vf main_single(simd::vf x) {
+  using simd::vf;
+  const ExpSingleConstants *cp = &kExpSingleConstants;
+  __asm__ volatile("" : "+r"(cp));
+  const ExpSingleConstants &c = *cp;
+  const vf t = x * c.inv_ln + c.rs;
+  const vf kd = t - c.rs;
+  const vf r = (x - kd * c.l1) - kd * c.l2;
+  const __m128i tb = (__m128i)t;
+  const __m128i off = _mm_slli_epi32(_mm_and_si128(tb, _mm_set1_epi32(127)), 3);
+  const char *base = reinterpret_cast<const char *>(exp_tables::exp2f_table);
+  auto row = [&](int w) { return reinterpret_cast<const __m64 *>(base + _mm_extract_epi16(off, w)); };
+  // rows (hi0, lo0, hi1, lo1) and (hi2, lo2, hi3, lo3), then split into hi and lo lanes
+  const __m128 r01 = _mm_loadh_pi(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(row(0)))), row(2));
+  const __m128 r23 = _mm_loadh_pi(_mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double *>(row(4)))), row(6));
+  const vf T = (vf)_mm_shuffle_ps(r01, r23, _MM_SHUFFLE(2, 0, 2, 0));
+  const vf Tl = (vf)_mm_shuffle_ps(r01, r23, _MM_SHUFFLE(3, 1, 3, 1));
+  const vf p = r + (r * r) * (c.half + r * c.sixth);
+  const vf v = T + (Tl + T * p);
+  return (vf)((simd::vi)v + ((simd::vi)(_mm_srai_epi32(tb, 7)) << 23));
 }
 
 // The full scalar exponential (no status): the rare-path table of the double kernel.

@@ -1,4 +1,5 @@
-// Expm1: e^x - 1, one element at a time under control scheme B (target 0x200).
+// Expm1: e^x - 1, one element at a time under control scheme B (target 0x200); the arithmetic
+// is SSE and its exact steps (TwoSum, TwoProd) need round to nearest, so scheme A is taken too.
 //
 //   k  = nearest integer to x * 128 / ln 2 (by the shifter 1.5 * 2^52), k = 128 m + j
 //   r  = (x - k * L1) - k * L2, L1 = 0x3F762E4200000000 (k * L1 exact), L2 = 0x3E2FDF473DE6AF28,
@@ -21,6 +22,7 @@
 #include "vmk/core/exp/exp_tables.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/error.hpp"
+#include "vmk/service/thread_state.hpp"
 #include "vmk/simd/vec.hpp"
 
 namespace hpk::vmk {
@@ -77,6 +79,7 @@ extern "C" {
 void hpk_vmk_kernel_dExpm1_EXHAynn(int n, const double *a, double *y) {
   if (n <= 0) return;
   const hpk::vmk::X87ControlScope control(0x200);
+  const hpk::vmk::SseControlScope sse(hpk::vmk::current_mode());
   for (int i = 0; i < n; ++i) {
     int status;
     y[i] = hpk::vmk::expm1_value(a[i], status);
@@ -87,6 +90,7 @@ void hpk_vmk_kernel_dExpm1_EXHAynn(int n, const double *a, double *y) {
 void hpk_vmk_kernel_sExpm1_EXHAynn(int n, const float *a, float *y) {
   if (n <= 0) return;
   const hpk::vmk::X87ControlScope control(0x200);
+  const hpk::vmk::SseControlScope sse(hpk::vmk::current_mode());
   for (int i = 0; i < n; ++i) {
     int status;
     const float r = float(hpk::vmk::expm1_value(double(a[i]), status));

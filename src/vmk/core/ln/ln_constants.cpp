@@ -32,6 +32,10 @@ constexpr LogConstants make(bool decimal) {
 }  // namespace
 
 const LogConstants kLnConstants = make(false);
+const LogSingleConstants kLogSingleConstants = {
+    u2(kFraction), u2(kOneExp), i4(0x3FE7E000), i4(0xFE000), i4(0x2000), i4(0x1FC000),
+    c2(1.0),       c2(0x1.62e42fefa39efp-1),   c2(-0.5),     c2(0x1.5555555555555p-2),
+    c2(-0.25),     c2(0x1.999999999999ap-3),   c2(0x1.bcb7b1526e50ep-2)};
 const LogConstants kLog10Constants = make(true);
 
 }  // namespace hpk::vmk::ln_core

@@ -46,9 +46,8 @@ inline constexpr uint64_t kFraction = 0x000FFFFFFFFFFFFFull;
 inline constexpr uint64_t kOneExp = 0x3FF0000000000000ull;
 inline constexpr uint64_t dbYHiMask = 0x7FFFFFFF00000000ull;
 inline constexpr uint64_t dbNSub = 0x3FE7FC0000000000ull;  // 0.74951171875
-inline constexpr uint64_t kNBias = 0x00180400;  // 2^30 - top word of dbNSub: N + 1024 >= 0
 inline constexpr uint64_t kSplitMask = 0xFFFFFFFFF8000000ull;  // 26 fraction bits
-inline constexpr uint32_t kNSubTop = 0x3FE7FC00;
+inline constexpr uint32_t kNSubTop = uint32_t(dbNSub >> 32);
 inline constexpr double db2pow20p2pow19 = 0x1.8p20;
 inline constexpr uint64_t kShifterTop = 0x41380000ull - 1024;  // absorbs the +1024 above
 
@@ -102,9 +101,9 @@ template <bool Decimal>
                     (__m128i)c.row_mask2),
       11 - 5);  // row * 32 bytes
   const char *base = reinterpret_cast<const char *>(tab);
-  const uint64_t offs = uint64_t(_mm_cvtsi128_si64(off));  // both offsets in one transfer
-  const double *r0 = reinterpret_cast<const double *>(base + uint32_t(offs));
-  const double *r1 = reinterpret_cast<const double *>(base + (offs >> 32));
+  // both offsets (below 2^15) by pextrw straight into general registers
+  const double *r0 = reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0));
+  const double *r1 = reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 2));
   const __m128d b0 = _mm_load_pd(r0 + 2), b1 = _mm_load_pd(r1 + 2);
   const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(r0), r1);
   const vd Thi = (vd)_mm_unpacklo_pd(b0, b1), Tlo = (vd)_mm_unpackhi_pd(b0, b1);
@@ -137,6 +136,46 @@ template <bool Decimal>
                   R * ((c.p1 + R * c.p2) + R2 * ((c.p3 + R * c.p4) + R2 * c.p5));
     return hi + lo;
   }
+}
+
+// The single route, in double lanes (single inputs, denormals included, are normal doubles):
+//   row  = (((top & 0xFE000) + 0x2000) & 0x1FC000) >> 14, the top 7 fraction bits of Y rounded
+//          to 6 bits (0..64), (rcp, T) = BT_Tbl_LnSingle[row] (1040 bytes)
+//   N    = (top - 0x3FE7E000) >> 20, the exponent counted from 0.74609375, where rows 32..64
+//          begin, so x near 1 has N = 0 and a table value of 0 (rows 0 and 64)
+//   R    = Y * rcp - 1 (|R| <= 2^-7; exact in rows 0 and 64)
+//   ln x = (N ln 2 + T) + R + R^2 (-1/2 + R (1/3 + R (-1/4 + R / 5)))   (truncation < 2^-37)
+//   log10 x = ln x * (1/ln 10)
+// The double result is within 2^-48 of the value, so the single rounding is correct but for
+// the rare value within 2^-24 ulp of a half-way point.
+struct alignas(16) LogSingleConstants {
+  vul fraction, one_exp;
+  simd::vi nsub_top, row_mask1, row_round, row_mask2;
+  vd one, ln2, q2, q3, q4, q5, inv_ln10;
+};
+extern const LogSingleConstants kLogSingleConstants;
+
+template <bool Decimal>
+[[gnu::always_inline]] inline vd main_single(vd x) {
+  const LogSingleConstants *cp = &kLogSingleConstants;
+  __asm__ volatile("" : "+r"(cp));
+  const LogSingleConstants &c = *cp;
+  const vul ux = (vul)x;
+  const vd Y = (vd)((ux & c.fraction) | c.one_exp);
+  const __m128i top = _mm_shuffle_epi32((__m128i)x, _MM_SHUFFLE(3, 1, 3, 1));
+  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nsub_top), 20));
+  const __m128i off = _mm_srli_epi32(
+      _mm_and_si128(_mm_add_epi32(_mm_and_si128(top, (__m128i)c.row_mask1), (__m128i)c.row_round),
+                    (__m128i)c.row_mask2),
+      14 - 4);  // row * 16 bytes
+  const char *base = reinterpret_cast<const char *>(ln_tables::BT_Tbl_LnSingle);
+  const __m128d a0 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0)));
+  const __m128d a1 = _mm_load_pd(reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 2)));
+  const vd rcp = (vd)_mm_unpacklo_pd(a0, a1), T = (vd)_mm_unpackhi_pd(a0, a1);
+  const vd R = Y * rcp - c.one;
+  const vd lnx = (N * c.ln2 + T) + (R + (R * R) * (c.q2 + R * (c.q3 + R * (c.q4 + R * c.q5))));
+  if constexpr (Decimal) return lnx * c.inv_ln10;
+  else return lnx;
 }
 
 // The rare-path table (_dLn_Scalar, _dLg_Scalar) for all inputs outside the positive normal

@@ -1,6 +1,6 @@
 // The Ln and Log10 kernels, double and single, over the packed pass: positive normal inputs
-// take ln_core::main, the rest ln_core::scalar. The single kernels widen to double (single
-// denormals are then normal) and round once.
+// take ln_core::main (double) or ln_core::main_single (single, on widened lanes), the rest
+// ln_core::scalar, the double routine, rounded once for the single kernels.
 #pragma once
 
 #include "vmk/core/ln/ln_core.hpp"
@@ -24,7 +24,10 @@ struct LogKernel {
       Decimal ? (kDouble ? "vdLog10" : "vsLog10") : (kDouble ? "vdLn" : "vsLn");
 
   [[gnu::always_inline]] static V main(V x) {
-    return on_double_lanes(x, [](simd::vd d) { return ln_core::main<Decimal>(d); });
+    return on_double_lanes(x, [](simd::vd d) __attribute__((always_inline)) {
+      if constexpr (kDouble) return ln_core::main<Decimal>(d);
+      else return ln_core::main_single<Decimal>(d);
+    });
   }
 
   static void rare(E x, int i, const E *a, E *y) {

@@ -1,4 +1,6 @@
-// Log1p: ln(1 + x), one element at a time under control scheme B (target 0x200).
+// Log1p: ln(1 + x), one element at a time under control scheme B (target 0x200); the arithmetic
+// is SSE and its exact steps (TwoSum, the exact sums) need round to nearest, so scheme A is
+// taken too.
 //
 //   |x| < 2^-54:  x (the square term is below half an ulp; keeps +-0 and denormals)
 //   |x| < 2^-9:   x + x^2 Q(x),  Q(x) = q2 + x (q3 + ... + x q8)   (_Q2)
@@ -19,6 +21,7 @@
 #include "vmk/core/log1p/log1p_tables.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/error.hpp"
+#include "vmk/service/thread_state.hpp"
 #include "vmk/simd/vec.hpp"
 
 namespace hpk::vmk {
@@ -74,6 +77,7 @@ extern "C" {
 void hpk_vmk_kernel_dLog1p_EXHAynn(int n, const double *a, double *y) {
   if (n <= 0) return;
   const hpk::vmk::X87ControlScope control(0x200);
+  const hpk::vmk::SseControlScope sse(hpk::vmk::current_mode());
   for (int i = 0; i < n; ++i) {
     int status;
     y[i] = hpk::vmk::log1p_value(a[i], status);
@@ -84,6 +88,7 @@ void hpk_vmk_kernel_dLog1p_EXHAynn(int n, const double *a, double *y) {
 void hpk_vmk_kernel_sLog1p_EXHAynn(int n, const float *a, float *y) {
   if (n <= 0) return;
   const hpk::vmk::X87ControlScope control(0x200);
+  const hpk::vmk::SseControlScope sse(hpk::vmk::current_mode());
   for (int i = 0; i < n; ++i) {
     int status;
     y[i] = float(hpk::vmk::log1p_value(double(a[i]), status));
