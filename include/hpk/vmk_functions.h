@@ -94,7 +94,7 @@
   X(s, Pow, TWO, HAynn, HAynn, HAynn, 25.9f, 25.9f, 25.9f)                            \
   X(d, Pow, TWO, HAynn, HAynn, HAynn, 102.57f, 102.57f, 102.57f)                      \
   X(s, Pow2o3, ONE, HAynn, HAynn, HAynn, 20.4f, 20.4f, 20.4f)                         \
-  X(d, Pow2o3, ONE, HAynn, HAynn, HAynn, 53.7f, 53.7f, 53.7f)                         \
+  X(d, Pow2o3, ONE, HAynn, HAynn, HAynn, 47.6f, 47.6f, 47.6f)                         \
   X(s, Pow3o2, ONE, HAynn, HAynn, HAynn, 6.9f, 6.9f, 6.9f)                            \
   X(d, Pow3o2, ONE, HAynn, HAynn, HAynn, 12.2f, 12.2f, 12.2f)                         \
   X(s, Powx, POWX, HAynn, HAynn, HAynn, 24.1f, 24.1f, 24.1f)                          \

@@ -3,7 +3,8 @@
 // (within 0.52 ulp), then with c^2 = c2h + c2l and c^3 = c2h c + c2l c exact to 2^-106, the
 // residual d = x - c^3 (exact in its leading part) corrects the square:
 //     |x|^(2/3) = c^2 (1 + d / (3 c^3))^2 = c2h + (c2l + (2/3) d / c) + O(2^-104),
-// one rounding of a double-double: within 0.5 + 2^-40 ulp. The main route takes
+// one rounding of a double-double: within 0.5 + 2^-40 ulp. 1 / c comes from the 12-bit
+// reciprocal estimate instead of a division (2^-12 of a term below 2^-52 of the result). The main route takes
 // 2^-900 <= |x| < 2^1020 (the residual normal, c^3 finite); the scalar route scales other
 // finite non-zero |x| by 2^+-300 and the result by 2^-+200 (exact), and gives +-0 -> +0,
 // +-inf -> +inf, NaN -> NaN.
@@ -27,7 +28,14 @@ using simd::vd;
   const simd::vdd hs = simd::split(c2.hi), cs = simd::split(c);
   const vd e = ((hs.hi * cs.hi - p) + hs.hi * cs.lo + hs.lo * cs.hi) + hs.lo * cs.lo;
   const vd d = ((ax - p) - e) - c2.lo * c;
-  return c2.hi + (c2.lo + (d / c) * (2.0 / 3.0));
+  // 1 / c to 12 bits is enough for the correction (itself below 2^-52 of the result): the
+  // single reciprocal estimate of c's mantissa, times 2^-e built from c's exponent field.
+  const simd::vul cb = (simd::vul)c;
+  const vd cm = (vd)((cb & 0x000FFFFFFFFFFFFFull) | 0x3FF0000000000000ull);
+  const __m128 cm_s = _mm_cvtpd_ps((__m128d)cm);
+  const vd rm = (vd)_mm_cvtps_pd(_mm_rcp_ps(cm_s));
+  const vd scale = (vd)(0x7FE0000000000000ull - (cb & 0x7FF0000000000000ull));
+  return c2.hi + (c2.lo + (d * (rm * scale)) * (2.0 / 3.0));
 }
 
 template <class E>
