@@ -108,6 +108,14 @@
   X(d, PackV, PACK_V, HAynn, HAynn, HAynn, 1.85f, 1.85f, 1.85f)                       \
   X(c, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
   X(z, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
+  X(s, Pow, TWO, HAynn, HAynn, HAynn, 25.9f, 25.9f, 25.9f)                            \
+  X(d, Pow, TWO, HAynn, HAynn, HAynn, 102.57f, 102.57f, 102.57f)                      \
+  X(s, Pow2o3, ONE, HAynn, HAynn, HAynn, 20.4f, 20.4f, 20.4f)                         \
+  X(d, Pow2o3, ONE, HAynn, HAynn, HAynn, 47.6f, 47.6f, 47.6f)                         \
+  X(s, Pow3o2, ONE, HAynn, HAynn, HAynn, 6.9f, 6.9f, 6.9f)                            \
+  X(d, Pow3o2, ONE, HAynn, HAynn, HAynn, 12.2f, 12.2f, 12.2f)                         \
+  X(s, Powx, POWX, HAynn, HAynn, HAynn, 24.1f, 24.1f, 24.1f)                          \
+  X(d, Powx, POWX, HAynn, HAynn, HAynn, 39.4f, 39.4f, 39.4f)                          \
   X(s, Rint, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                              \
   X(d, Rint, ONE, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                              \
   X(s, Round, ONE, HAynn, HAynn, HAynn, 2.3f, 2.3f, 2.3f)                             \
