@@ -15,7 +15,8 @@ void show(const char *title, const double *v, int n) {
 
 }  // namespace
 
-int run_demo_vsk();  // demo_vsk.cpp
+int run_demo_vsk();       // demo_vsk.cpp
+int run_demo_families();  // demo_families.cpp
 
 int run_demo() {
   std::printf("hpk kernel library, cpu version %d (baseline: SSE2 and x87)\n\n", dll_cpu_version());
@@ -70,5 +71,6 @@ int run_demo() {
   std::fesetround(FE_TONEAREST);
   std::printf("  under FE_UPWARD: vsAdd(1, 2^-30) = %a (nearest), vdAdd(1, 2^-60) = %a (caller's)\n",
               double(fy[0]), dy[0]);
-  return run_demo_vsk();
+  if (const int rc = run_demo_vsk()) return rc;
+  return run_demo_families();
 }
