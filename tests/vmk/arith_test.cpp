@@ -12,18 +12,15 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 namespace {
 
+using namespace hpk::test;
+
 constexpr double kInf = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
 
 std::vector<double> ramp(int n, double start, double step) {
   std::vector<double> v(n);

@@ -16,9 +16,12 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 namespace {
+
+using namespace hpk::test;
 
 using c8 = hpk_complex8;
 using z16 = hpk_complex16;
@@ -55,16 +58,6 @@ void recorded(F f) {
   }).join();
 }
 
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
-uint32_t bits(float x) {
-  uint32_t u;
-  std::memcpy(&u, &x, 4);
-  return u;
-}
 bool same(double x, double y) { return bits(x) == bits(y) || (x != x && y != y); }
 bool same(float x, float y) { return bits(x) == bits(y) || (x != x && y != y); }
 

@@ -15,45 +15,16 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 namespace {
 
+using namespace hpk::test;
+
 template <class F>
 void on_fresh_thread(F f) {
   std::thread(f).join();
-}
-
-struct Report {
-  int code, index;
-  std::string name;
-};
-thread_local std::vector<Report> t_reports;
-
-int record(HpkVmkErrorContext *c) {
-  t_reports.push_back({c->code, c->index, std::string(c->funcName, c->funcNameLen)});
-  return 0;
-}
-
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
-uint32_t bits(float x) {
-  uint32_t u;
-  std::memcpy(&u, &x, 4);
-  return u;
-}
-double d_of(uint64_t u) {
-  double x;
-  std::memcpy(&x, &u, 8);
-  return x;
-}
-float f_of(uint32_t u) {
-  float x;
-  std::memcpy(&x, &u, 4);
-  return x;
 }
 
 using Kd1 = void (*)(int, const double *, double *);

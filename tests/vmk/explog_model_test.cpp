@@ -13,21 +13,13 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "vmk/core/exp/exp_tables.hpp"
 #include "vmk/core/ln/ln_tables.hpp"
 
 namespace {
 
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
-double d_of(uint64_t u) {
-  double x;
-  std::memcpy(&x, &u, 8);
-  return x;
-}
+using namespace hpk::test;
 
 // ---- dExp ------------------------------------------------------------------------------
 struct ExpParts {
@@ -124,14 +116,6 @@ double model_log(double x, bool decimal, int &status) {
 }
 
 // ---- comparison --------------------------------------------------------------------------
-struct Report {
-  int code, index;
-};
-thread_local std::vector<Report> t_reports;
-int record(HpkVmkErrorContext *c) {
-  t_reports.push_back({c->code, c->index});
-  return 0;
-}
 
 // Runs the inputs through the kernel as one array (packed blocks and a tail) and checks every
 // result bit for bit and every status, in element order, against the model.

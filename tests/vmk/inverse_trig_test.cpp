@@ -12,20 +12,12 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 namespace {
 
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
-uint32_t bits(float x) {
-  uint32_t u;
-  std::memcpy(&u, &x, 4);
-  return u;
-}
+using namespace hpk::test;
 
 class InverseSweep : public ::testing::TestWithParam<const char *> {};
 

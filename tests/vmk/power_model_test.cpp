@@ -14,22 +14,15 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "vmk/core/pow/pow_tables.hpp"
 
 namespace {
 
+using namespace hpk::test;
+
 namespace tab = hpk::vmk::pow_tables;
 
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
-double d_of(uint64_t u) {
-  double x;
-  std::memcpy(&x, &u, 8);
-  return x;
-}
 double mask26(double x) { return d_of(bits(x) & 0xFFFFFFFFF8000000ull); }
 
 // Model of the main route for x positive normal, y normal, |y log2 x| < 1020.

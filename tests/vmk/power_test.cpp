@@ -20,30 +20,12 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 namespace {
 
-uint64_t bits(double x) {
-  uint64_t u;
-  std::memcpy(&u, &x, 8);
-  return u;
-}
-uint32_t bits(float x) {
-  uint32_t u;
-  std::memcpy(&u, &x, 4);
-  return u;
-}
-
-struct Report {
-  int code, index;
-  std::string name;
-};
-thread_local std::vector<Report> t_reports;
-int record(HpkVmkErrorContext *c) {
-  t_reports.push_back({c->code, c->index, std::string(c->funcName, c->funcNameLen)});
-  return 0;
-}
+using namespace hpk::test;
 
 // Runs `body` on a fresh thread with the recording call-back, so reports do not leak between
 // cases.
