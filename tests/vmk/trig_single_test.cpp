@@ -1,4 +1,4 @@
-// The single route of sSin, sCos, sTan, sSinCos (quadrant reduction and short polynomials in
+// The single route of sSin, sCos, sTan, sSinCos (pi/32 reduction and short polynomials in
 // double): its constants, its accuracy against MPFR and against the scalar routine over many
 // inputs, its edges (the hardest reduction, the smallest inputs, the switch to the medium
 // route at 90112), and the agreement of SinCos with Sin and Cos.
@@ -32,25 +32,17 @@ uint32_t bits(float x) {
   return u;
 }
 
-// k H must be exact for |k| < 2^16, and H + L must be pi/2 within 2^-92.
-TEST(TrigSingle, ReductionConstants) {
-  const uint64_t h = [] {
-    uint64_t u;
-    std::memcpy(&u, &single::kPio2Hi, 8);
-    return u;
-  }();
-  EXPECT_EQ(h & 0xFFFF, 0u);  // 37 significant bits at most
-  mpfr_t pi2, d;
-  mpfr_inits2(256, pi2, d, (mpfr_ptr)nullptr);
-  mpfr_const_pi(pi2, MPFR_RNDN);
-  mpfr_div_2ui(pi2, pi2, 1, MPFR_RNDN);
-  mpfr_sub_d(d, pi2, single::kPio2Hi, MPFR_RNDN);
-  EXPECT_EQ(mpfr_get_d(d, MPFR_RNDN), single::kPio2Lo);
-  mpfr_sub_d(d, d, single::kPio2Lo, MPFR_RNDN);
-  EXPECT_LT(std::fabs(mpfr_get_d(d, MPFR_RNDN)), 0x1p-92);
-  mpfr_d_div(d, 1.0, pi2, MPFR_RNDN);  // 2/pi
-  EXPECT_EQ(mpfr_get_d(d, MPFR_RNDN), single::kTwoDivPi);
-  mpfr_clears(pi2, d, (mpfr_ptr)nullptr);
+// dbP1 + kPio32Lo must be pi/32 within 2^-91 (k < 2^20 makes that 2^-71 absolute).
+TEST(TrigSingle, ReductionConstant) {
+  mpfr_t d;
+  mpfr_init2(d, 256);
+  mpfr_const_pi(d, MPFR_RNDN);
+  mpfr_div_2ui(d, d, 5, MPFR_RNDN);
+  mpfr_sub_d(d, d, hpk::vmk::trig::dbP1, MPFR_RNDN);
+  EXPECT_EQ(mpfr_get_d(d, MPFR_RNDN), single::kPio32Lo);
+  mpfr_sub_d(d, d, single::kPio32Lo, MPFR_RNDN);
+  EXPECT_LT(std::fabs(mpfr_get_d(d, MPFR_RNDN)), 0x1p-91);
+  mpfr_clear(d);
 }
 
 enum class Which { kSin, kCos, kTan };
@@ -97,8 +89,8 @@ std::vector<float> route_inputs() {
   return x;
 }
 
-// Against MPFR: the double value is within 2^-35 relative, so the single result may only miss
-// the correctly rounded one within 2^-11 ulp of a midpoint; against the scalar routine (about
+// Against MPFR: the double value is within 2^-34 relative, so the single result may only miss
+// the correctly rounded one within 2^-10 ulp of a midpoint; against the scalar routine (about
 // 2^-70 relative) they may differ by one ulp in those rare cases only.
 TEST(TrigSingle, RouteAccurateAndAgreesWithScalarRoutine) {
   const std::vector<float> x = route_inputs();

@@ -43,13 +43,8 @@ const PairConstants kPairs = {HPK_PAIR(db32DivPi), HPK_PAIR(dbSh), HPK_PAIR(dbP1
                               HPK_PAIR(dbS4),      HPK_PAIR(dbC1), HPK_PAIR(dbC2), HPK_PAIR(dbC3),
                               HPK_PAIR(dbC4),      HPK_PAIR(simd::from_bits(0xFFFFFFFFF8000000ull))};
 const SinglePairConstants kSinglePairs = {
-    HPK_PAIR(single::kTwoDivPi), HPK_PAIR(dbSh), HPK_PAIR(single::kPio2Hi),
-    HPK_PAIR(single::kPio2Lo), HPK_PAIR(1.0),
-    {HPK_PAIR(single::kS[0]), HPK_PAIR(single::kS[1]), HPK_PAIR(single::kS[2]),
-     HPK_PAIR(single::kS[3]), HPK_PAIR(single::kS[4])},
-    {HPK_PAIR(single::kC[0]), HPK_PAIR(single::kC[1]), HPK_PAIR(single::kC[2]),
-     HPK_PAIR(single::kC[3]), HPK_PAIR(single::kC[4]), HPK_PAIR(single::kC[5])},
-    HPK_PAIR(-0.0)};
+    HPK_PAIR(db32DivPi), HPK_PAIR(dbSh), HPK_PAIR(dbP1), HPK_PAIR(single::kPio32Lo),
+    HPK_PAIR(dbS1),      HPK_PAIR(dbS2), HPK_PAIR(dbC1), HPK_PAIR(dbC2)};
 #undef HPK_PAIR
 
 namespace {

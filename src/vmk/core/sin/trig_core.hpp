@@ -321,92 +321,70 @@ int reduce_pio2(double x, double &hi, double &lo);
 
 // ---- The single route: a single x below 90112 in magnitude, rounded once to single -------
 // A single result needs the sine about 2^-30 relative before its one rounding, so the route
-// reduces by quadrants and evaluates short polynomials, all in double, two lanes at a time:
-//   t = x 2/pi + 1.5*2^52,  k = t - 1.5*2^52                (k = x 2/pi rounded, |k| <= 57368)
-//   r = (x - k H) - k L                                     H + L = pi/2 within 2^-92
-// H has 37 bits, so k H is exact (|k| < 2^16), and x - k H is exact (Sterbenz: x and k H are
-// within a factor of two for k != 0). The product k L and the last difference round, which
-// leaves r within 2^-73 absolute plus 2^-52 relative of x - k pi/2. No single below 90112 comes
-// nearer a multiple of pi/2 than 2^-27.8 (at x = 252.89820861816406, k = 161; every k checked
-// with exact arithmetic), so r is within 2^-45 relative. |r| <= pi/4 (1 + 2^-40).
-//   sin r = r + r r^2 (S1 + ... + r^8 S5)      Taylor to r^11; the rest below 2^-36 relative
-//   cos r = 1 + r^2 (C1 + ... + r^10 C6)       Taylor to r^12; the rest below 2^-41 relative
-// The quadrant q = k mod 4 comes from t's low bits: odd q swaps sine and cosine, q = 2, 3
-// negate. So the double value is within about 2^-35 relative of the exact one, and the single
-// result is the correctly rounded one except within 2^-11 ulp of a midpoint (0.5005 ulp).
+// takes the pi/32 reduction with two parts and short Taylor polynomials, all in double, two
+// lanes at a time:
+//   t = x 32/pi + 1.5*2^52,  k = t - 1.5*2^52          (k = x 32/pi rounded, |k| < 2^20)
+//   r = (x - k P1) - k Q                               P1 + Q = pi/32 within 2^-91.9
+// P1 (dbP1) has 31 bits, so k P1 is exact, and x - k P1 is exact (Sterbenz: x and k P1 are
+// within a factor of two for k != 0). The product k Q and the last difference round, which
+// leaves r within 2^-71 absolute plus 2^-52 relative of x - k pi/32. |r| <= pi/64 (1 + 2^-40).
+//   s = r + r r^2 (S1 + r^2 S2)          sin r, Taylor to r^5: the rest below 2^-38 relative
+//   m = r^2 (C1 + r^2 C2)                cos r - 1, Taylor to r^4: the rest below 2^-35
+// With the row j = k mod 64 (Sh = sin j pi/32, Ch = cos j pi/32, the high parts only):
+//   sin x = Sh + (Ch s + Sh m),   cos x = Ch + (Ch m - Sh s)
+// No sum cancels: where Sh != 0, |Sh| >= sin(pi/32) > 2 |Ch s| (likewise for the cosine), and
+// where Sh = 0 (x near a multiple of pi) the sine is Ch s, whose r is within 2^-44 relative
+// since no single below 90112 comes nearer a multiple of pi/2 than 2^-27.8 (x =
+// 252.89820861816406, checked for every multiple with exact arithmetic). So the double value
+// is within about 2^-34 relative, and the single result is the correctly rounded one except
+// within 2^-10 ulp of a midpoint. Sine and cosine come from the same row and the same
+// polynomials, so SinCos gives Sin's and Cos's bits.
 namespace single {
-inline constexpr double kTwoDivPi = 0x1.45f306dc9c883p-1;  // 2/pi
-inline constexpr double kPio2Hi = 0x1.921fb54440000p+0;    // pi/2, 37 bits
-inline constexpr double kPio2Lo = 0x1.68c234c4c6629p-39;   // pi/2 - kPio2Hi rounded
-inline constexpr double kS[5] = {-1.0 / 6, 1.0 / 120, -1.0 / 5040, 1.0 / 362880,
-                                 -1.0 / 39916800};
-inline constexpr double kC[6] = {-1.0 / 2,       1.0 / 24,        -1.0 / 720,
-                                 1.0 / 40320,    -1.0 / 3628800,  1.0 / 479001600};
+inline constexpr double kPio32Lo = 0x1.0b4611a626331p-38;  // pi/32 - dbP1 rounded
 }  // namespace single
 
 // Defined in another unit, read as memory operands (see PairConstants).
 struct alignas(16) SinglePairConstants {
-  vd two_div_pi, sh, hi, lo, one, s[5], c[6], sign;
+  vd inv32pi, sh, p1, q, s1, s2, c1, c2;
 };
 extern const SinglePairConstants kSinglePairs;
 
-// Sine and cosine of the reduced argument and the quadrant count in the low word of q.
-struct Quarter {
-  vd s, c;
-  __m128i q;
+struct SingleParts {
+  vd sh, ch, s, m;  // the row's sine and cosine; sin r and cos r - 1
 };
 
-[[gnu::always_inline]] inline Quarter single_quarter(vd x) {
+[[gnu::always_inline]] inline SingleParts single_parts(vd x) {
   const SinglePairConstants &p = kSinglePairs;
-  const vd t = x * p.two_div_pi + p.sh;
+  const vd t = x * p.inv32pi + p.sh;
   const vd k = t - p.sh;
-  const vd r = (x - k * p.hi) - k * p.lo;
+  const vd r = (x - k * p.p1) - k * p.q;
   const vd r2 = r * r;
-  const vd ps = p.s[0] + r2 * (p.s[1] + r2 * (p.s[2] + r2 * (p.s[3] + r2 * p.s[4])));
-  const vd pc =
-      p.c[0] + r2 * (p.c[1] + r2 * (p.c[2] + r2 * (p.c[3] + r2 * (p.c[4] + r2 * p.c[5]))));
-  return {r + r * (r2 * ps), p.one + r2 * pc, _mm_castpd_si128((__m128d)t)};
+  const __m128i b = _mm_castpd_si128((__m128d)t);
+  const int j0 = _mm_cvtsi128_si32(b) & 63;
+  const int j1 = _mm_cvtsi128_si32(_mm_shuffle_epi32(b, 2)) & 63;
+  const double *w0 = trig_tables::SinCosTbl[j0], *w1 = trig_tables::SinCosTbl[j1];
+  const vd sh = (vd)_mm_loadh_pd(_mm_load_sd(w0), w1);
+  const vd ch = (vd)_mm_loadh_pd(_mm_load_sd(w0 + 2), w1 + 2);
+  return {sh, ch, r + r * (r2 * (p.s1 + r2 * p.s2)), r2 * (p.c1 + r2 * p.c2)};
+}
+[[gnu::always_inline]] inline vd single_sin_of(const SingleParts &w) {
+  return w.sh + (w.ch * w.s + w.sh * w.m);
+}
+[[gnu::always_inline]] inline vd single_cos_of(const SingleParts &w) {
+  return w.ch + (w.ch * w.m - w.sh * w.s);
 }
 
-// All ones in the lanes whose count is odd.
-[[gnu::always_inline]] inline vd odd_lanes(__m128i q) {
-  const __m128i one = _mm_set_epi32(0, 1, 0, 1);
-  const __m128i m = _mm_cmpeq_epi32(_mm_and_si128(q, one), one);
-  return (vd)_mm_castsi128_pd(_mm_shuffle_epi32(m, _MM_SHUFFLE(2, 2, 0, 0)));
-}
-// The sign bit of the lanes whose count is 2 or 3 mod 4.
-[[gnu::always_inline]] inline vd half_turn_sign(__m128i q) {
-  return simd::and_bits((vd)_mm_castsi128_pd(_mm_slli_epi64(q, 62)), kSinglePairs.sign);
-}
-[[gnu::always_inline]] inline __m128i next_quadrant(__m128i q) {
-  return _mm_add_epi32(q, _mm_set_epi32(0, 1, 0, 1));
-}
-[[gnu::always_inline]] inline vd flip(vd v, vd sign) {
-  return (vd)_mm_xor_pd((__m128d)v, (__m128d)sign);
-}
-
-[[gnu::always_inline]] inline vd single_sin(vd x) {
-  const Quarter w = single_quarter(x);
-  return flip(simd::select(odd_lanes(w.q), w.c, w.s), half_turn_sign(w.q));
-}
-[[gnu::always_inline]] inline vd single_cos(vd x) {
-  const Quarter w = single_quarter(x);
-  const __m128i q = next_quadrant(w.q);
-  return flip(simd::select(odd_lanes(q), w.c, w.s), half_turn_sign(q));
-}
-// tan = sin r / cos r, or -cos r / sin r in odd quadrants: one rounded division, with both
-// operands within 2^-35 relative.
+[[gnu::always_inline]] inline vd single_sin(vd x) { return single_sin_of(single_parts(x)); }
+[[gnu::always_inline]] inline vd single_cos(vd x) { return single_cos_of(single_parts(x)); }
+// One rounded division of two values within 2^-34 relative each.
 [[gnu::always_inline]] inline vd single_tan(vd x) {
-  const Quarter w = single_quarter(x);
-  const vd odd = odd_lanes(w.q);
-  const vd num = simd::select(odd, w.c, w.s), den = simd::select(odd, w.s, w.c);
-  return flip(num / den, simd::and_bits(odd, kSinglePairs.sign));
+  const SingleParts w = single_parts(x);
+  return single_sin_of(w) / single_cos_of(w);
 }
 [[gnu::always_inline]] inline void single_sincos(vd x, vd &s, vd &c) {
-  const Quarter w = single_quarter(x);
-  const vd odd = odd_lanes(w.q);
-  s = flip(simd::select(odd, w.c, w.s), half_turn_sign(w.q));
-  c = flip(simd::select(odd, w.s, w.c), half_turn_sign(next_quadrant(w.q)));
+  const SingleParts w = single_parts(x);
+  s = single_sin_of(w);
+  c = single_cos_of(w);
 }
 
 }  // namespace hpk::vmk::trig
