@@ -1,7 +1,8 @@
 // Sin and Cos against the glibc loop, libmvec's two-lane SSE kernels and SLEEF's u10 SSE2
 // kernels, on arguments in [-pi, pi] (the common range) and in [-1e6, 1e6] (large arguments:
 // the packed medium route takes 90112 up to 2^30); Tan and SinCos against the glibc loop;
-// the inverse functions against the glibc loop. All with 1024 elements per call.
+// the inverse functions against the glibc loop; the single Sin, Cos, Tan, SinCos against the
+// glibc sinf, cosf, tanf loops. All with 1024 elements per call.
 //   hpk_bench --benchmark_filter=Trig --benchmark_min_time=0.2
 #include <benchmark/benchmark.h>
 #include <emmintrin.h>
@@ -147,5 +148,63 @@ BENCHMARK(BM_TrigPairs<sleef_cos>)->Arg(0)->Arg(1)->Name("Trig/cos_sleef_u10");
 BENCHMARK(BM_TrigKernel<_vmkdTan_HA>)->Arg(0)->Arg(1)->Name("Trig/dTan");
 BENCHMARK(BM_TrigLoop<glibc_tan>)->Arg(0)->Arg(1)->Name("Trig/tan_glibc");
 BENCHMARK(BM_TrigSinCosKernel)->Arg(0)->Arg(1)->Name("Trig/dSinCos");
+
+// Singles: arguments in [-pi, pi] and in [-90000, 90000] (the single route's whole range).
+std::vector<float> inputs_s(const benchmark::State &st) {
+  std::mt19937_64 g(42);
+  std::uniform_real_distribution<float> u(st.range(0) == 0 ? -float(M_PI) : -90000.0f,
+                                          st.range(0) == 0 ? float(M_PI) : 90000.0f);
+  std::vector<float> v(kN);
+  for (float &x : v) x = u(g);
+  return v;
+}
+
+template <void (*K)(int, const float *, float *)>
+void BM_TrigKernelS(benchmark::State &st) {
+  const std::vector<float> a = inputs_s(st);
+  std::vector<float> y(kN);
+  for (auto _ : st) {
+    K(kN, a.data(), y.data());
+    benchmark::DoNotOptimize(y.data());
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * kN);
+}
+
+void BM_TrigSinCosKernelS(benchmark::State &st) {
+  const std::vector<float> a = inputs_s(st);
+  std::vector<float> y(kN), z(kN);
+  for (auto _ : st) {
+    _vmksSinCos_HA(kN, a.data(), y.data(), z.data());
+    benchmark::DoNotOptimize(y.data());
+    benchmark::DoNotOptimize(z.data());
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * kN);
+}
+
+template <float (*F)(float)>
+void BM_TrigLoopS(benchmark::State &st) {
+  const std::vector<float> a = inputs_s(st);
+  std::vector<float> y(kN);
+  for (auto _ : st) {
+    for (int i = 0; i < kN; ++i) y[i] = F(a[i]);
+    benchmark::DoNotOptimize(y.data());
+    benchmark::ClobberMemory();
+  }
+  st.SetItemsProcessed(st.iterations() * kN);
+}
+
+float glibc_sinf(float x) { return sinf(x); }
+float glibc_cosf(float x) { return cosf(x); }
+float glibc_tanf(float x) { return tanf(x); }
+
+BENCHMARK(BM_TrigKernelS<_vmksSin_HA>)->Arg(0)->Arg(1)->Name("Trig/sSin");
+BENCHMARK(BM_TrigLoopS<glibc_sinf>)->Arg(0)->Arg(1)->Name("Trig/sinf_glibc");
+BENCHMARK(BM_TrigKernelS<_vmksCos_HA>)->Arg(0)->Arg(1)->Name("Trig/sCos");
+BENCHMARK(BM_TrigLoopS<glibc_cosf>)->Arg(0)->Arg(1)->Name("Trig/cosf_glibc");
+BENCHMARK(BM_TrigKernelS<_vmksTan_HA>)->Arg(0)->Arg(1)->Name("Trig/sTan");
+BENCHMARK(BM_TrigLoopS<glibc_tanf>)->Arg(0)->Arg(1)->Name("Trig/tanf_glibc");
+BENCHMARK(BM_TrigSinCosKernelS)->Arg(0)->Arg(1)->Name("Trig/sSinCos");
 
 }  // namespace

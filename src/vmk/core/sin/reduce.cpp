@@ -42,6 +42,9 @@ const PairConstants kPairs = {HPK_PAIR(db32DivPi), HPK_PAIR(dbSh), HPK_PAIR(dbP1
                               HPK_PAIR(dbP3),      HPK_PAIR(dbS1), HPK_PAIR(dbS2), HPK_PAIR(dbS3),
                               HPK_PAIR(dbS4),      HPK_PAIR(dbC1), HPK_PAIR(dbC2), HPK_PAIR(dbC3),
                               HPK_PAIR(dbC4),      HPK_PAIR(simd::from_bits(0xFFFFFFFFF8000000ull))};
+const SinglePairConstants kSinglePairs = {
+    HPK_PAIR(db32DivPi), HPK_PAIR(dbSh), HPK_PAIR(dbP1), HPK_PAIR(single::kPio32Lo),
+    HPK_PAIR(dbS1),      HPK_PAIR(dbS2), HPK_PAIR(dbC1), HPK_PAIR(dbC2)};
 #undef HPK_PAIR
 
 namespace {

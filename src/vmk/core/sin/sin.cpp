@@ -1,7 +1,8 @@
 // Sin, Cos, Tan, SinCos in s and d, and their scalar reduced-path routines.
 //
 // Packed route: |x| in [2^-252, 90112), the steps of trig_core.hpp straight on x. The single
-// kernels widen to double, take the same route and round once.
+// kernels (every non-zero |x| below 90112) widen to double and take the shorter single route
+// of trig_core.hpp (quadrant reduction, short polynomials), rounded once.
 // Medium route, packed: |x| in [90112, 2^30), the scalar route's own steps on lanes (no
 // reduction below 2^17, Cody-Waite above), bit for bit the same results.
 // Scalar route (every input is correct there, the packed route's out-of-range elements come
@@ -137,7 +138,12 @@ struct TrigKernel : TrigRange<E> {
     else return trig::sin_eval(x, vd{}, F == Fn::kCos ? 16 : 0);
   }
   [[gnu::always_inline]] static vd main(vd x) { return core(x); }
-  [[gnu::always_inline]] static vf main(vf x) { return trig::widened<core>(x); }
+  [[gnu::always_inline]] static vd single_core(vd x) {
+    if constexpr (F == Fn::kTan) return trig::single_tan(x);
+    else if constexpr (F == Fn::kCos) return trig::single_cos(x);
+    else return trig::single_sin(x);
+  }
+  [[gnu::always_inline]] static vf main(vf x) { return trig::widened<single_core>(x); }
   [[gnu::always_inline]] static vd medium_core(vd x) {
     vd hi, lo, q16;
     medium_reduce(x, hi, lo, q16);
@@ -171,8 +177,10 @@ struct SinCosKernel : TrigRange<E> {
     s = (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)s0), _mm_cvtpd_ps((__m128d)s1));
     c = (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)c0), _mm_cvtpd_ps((__m128d)c1));
   }
-  template <class V>
-  static void main2(V x, V &s, V &c) { on_lanes<main_d>(x, s, c); }
+  [[gnu::always_inline]] static void main2(vd x, vd &s, vd &c) { main_d(x, s, c); }
+  [[gnu::always_inline]] static void main2(vf x, vf &s, vf &c) {
+    on_lanes<trig::single_sincos>(x, s, c);
+  }
   template <class V>
   static void medium2(V x, V &s, V &c) { on_lanes<medium_d>(x, s, c); }
   static void rare(int i, const E *a, E *y, E *z) { sincos_route(i, a, y, z, kName); }

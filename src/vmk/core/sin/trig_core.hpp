@@ -319,4 +319,72 @@ template <class V>
 // (only q mod 4 matters to the callers). Any finite x; defined in reduce.cpp.
 int reduce_pio2(double x, double &hi, double &lo);
 
+// ---- The single route: a single x below 90112 in magnitude, rounded once to single -------
+// A single result needs the sine about 2^-30 relative before its one rounding, so the route
+// takes the pi/32 reduction with two parts and short Taylor polynomials, all in double, two
+// lanes at a time:
+//   t = x 32/pi + 1.5*2^52,  k = t - 1.5*2^52          (k = x 32/pi rounded, |k| < 2^20)
+//   r = (x - k P1) - k Q                               P1 + Q = pi/32 within 2^-91.9
+// P1 (dbP1) has 31 bits, so k P1 is exact, and x - k P1 is exact (Sterbenz: x and k P1 are
+// within a factor of two for k != 0). The product k Q and the last difference round, which
+// leaves r within 2^-71 absolute plus 2^-52 relative of x - k pi/32. |r| <= pi/64 (1 + 2^-40).
+//   s = r + r r^2 (S1 + r^2 S2)          sin r, Taylor to r^5: the rest below 2^-38 relative
+//   m = r^2 (C1 + r^2 C2)                cos r - 1, Taylor to r^4: the rest below 2^-35
+// With the row j = k mod 64 (Sh = sin j pi/32, Ch = cos j pi/32, the high parts only):
+//   sin x = Sh + (Ch s + Sh m),   cos x = Ch + (Ch m - Sh s)
+// No sum cancels: where Sh != 0, |Sh| >= sin(pi/32) > 2 |Ch s| (likewise for the cosine), and
+// where Sh = 0 (x near a multiple of pi) the sine is Ch s, whose r is within 2^-44 relative
+// since no single below 90112 comes nearer a multiple of pi/2 than 2^-27.8 (x =
+// 252.89820861816406, checked for every multiple with exact arithmetic). So the double value
+// is within about 2^-34 relative, and the single result is the correctly rounded one except
+// within 2^-10 ulp of a midpoint. Sine and cosine come from the same row and the same
+// polynomials, so SinCos gives Sin's and Cos's bits.
+namespace single {
+inline constexpr double kPio32Lo = 0x1.0b4611a626331p-38;  // pi/32 - dbP1 rounded
+}  // namespace single
+
+// Defined in another unit, read as memory operands (see PairConstants).
+struct alignas(16) SinglePairConstants {
+  vd inv32pi, sh, p1, q, s1, s2, c1, c2;
+};
+extern const SinglePairConstants kSinglePairs;
+
+struct SingleParts {
+  vd sh, ch, s, m;  // the row's sine and cosine; sin r and cos r - 1
+};
+
+[[gnu::always_inline]] inline SingleParts single_parts(vd x) {
+  const SinglePairConstants &p = kSinglePairs;
+  const vd t = x * p.inv32pi + p.sh;
+  const vd k = t - p.sh;
+  const vd r = (x - k * p.p1) - k * p.q;
+  const vd r2 = r * r;
+  const __m128i b = _mm_castpd_si128((__m128d)t);
+  const int j0 = _mm_cvtsi128_si32(b) & 63;
+  const int j1 = _mm_cvtsi128_si32(_mm_shuffle_epi32(b, 2)) & 63;
+  const double *w0 = trig_tables::SinCosTbl[j0], *w1 = trig_tables::SinCosTbl[j1];
+  const vd sh = (vd)_mm_loadh_pd(_mm_load_sd(w0), w1);
+  const vd ch = (vd)_mm_loadh_pd(_mm_load_sd(w0 + 2), w1 + 2);
+  return {sh, ch, r + r * (r2 * (p.s1 + r2 * p.s2)), r2 * (p.c1 + r2 * p.c2)};
+}
+[[gnu::always_inline]] inline vd single_sin_of(const SingleParts &w) {
+  return w.sh + (w.ch * w.s + w.sh * w.m);
+}
+[[gnu::always_inline]] inline vd single_cos_of(const SingleParts &w) {
+  return w.ch + (w.ch * w.m - w.sh * w.s);
+}
+
+[[gnu::always_inline]] inline vd single_sin(vd x) { return single_sin_of(single_parts(x)); }
+[[gnu::always_inline]] inline vd single_cos(vd x) { return single_cos_of(single_parts(x)); }
+// One rounded division of two values within 2^-34 relative each.
+[[gnu::always_inline]] inline vd single_tan(vd x) {
+  const SingleParts w = single_parts(x);
+  return single_sin_of(w) / single_cos_of(w);
+}
+[[gnu::always_inline]] inline void single_sincos(vd x, vd &s, vd &c) {
+  const SingleParts w = single_parts(x);
+  s = single_sin_of(w);
+  c = single_cos_of(w);
+}
+
 }  // namespace hpk::vmk::trig
