@@ -18,8 +18,26 @@
 // x = -1 stores -inf and reports nothing: the value is the exact limit at a pole, not an
 // argument outside the domain, and the function has no pole status to give.
 // The single kernel runs the double routine and rounds once.
+//
+// The loops are packed passes (frame/packed_pass.hpp): two doubles a step on the main range
+// -1 < x < 2^1000 with |x| >= 2^-54 (top word, sign cleared, in [0x3C900000, 0x7E700000),
+// and the whole top word below 0xBFF00000); NaN, infinities, x <= -1, tiny and huge inputs
+// take the routine above. The packed route is the routine above lane by lane, the same
+// operations in the same order, so it gives the same bits; a register with a lane of
+// |x| < 2^-9 computes the short polynomial too and takes it on those lanes.
+// The single route (four singles as two double vectors) needs no exact steps for a result
+// rounded once to single: 1 + x in one rounding (exact for single x with |x| >= 2^-29, else
+// within 2^-53 of it), r = m rcp - 1 in one rounding, and
+//   result = (M ln 2 + (Lhi + Llo)) + (r + r^2 (-1/2 + r (1/3 + r (-1/4 + r / 5)))),
+//   |x| < 2^-9: x + x^2 (-1/2 + x (1/3 + x (-1/4 + x (1/5 - x / 6)))),
+// within 2^-46 relative of log1p(x) (truncation r^6 / 6 and x^7 / 7 against a result of at
+// least 2^-9.01 resp. |x|), so the single result is the correctly rounded one except within
+// 2^-22 ulp of a midpoint. The single main range is the double one with 2^-54 <= |x|,
+// x > -1 and x finite (top word below 0x7F800000).
 #include "vmk/core/log1p/log1p_tables.hpp"
 #include "vmk/frame/control.hpp"
+#include "vmk/frame/double_lanes.hpp"
+#include "vmk/frame/packed_pass.hpp"
 #include "vmk/service/error.hpp"
 #include "vmk/service/thread_state.hpp"
 #include "vmk/simd/vec.hpp"
@@ -70,6 +88,100 @@ double log1p_value(double x, int &status) {
   return h.hi + lo;
 }
 
+using simd::vd;
+using simd::vul;
+
+constexpr vd c2(double c) { return vd{c, c}; }
+
+[[gnu::always_inline]] inline vd q_poly(vd r) {
+  const double *q = log1p_tables::kLog1pPoly;
+  return q[0] + r * (q[1] + r * (q[2] + r * (q[3] + r * (q[4] + r * (q[5] + r * q[6])))));
+}
+
+// 1 + x = 2^M m, m in [1, 2) (s > 0): the row i of the tables, m, and M as a double.
+struct Row {
+  vd m, rcp, Lhi, Llo, Md;
+  vul sb;
+};
+[[gnu::always_inline]] inline Row row_of(vd s) {
+  const vul sb = (vul)s;
+  const vul i = (sb >> 44) & 0xFF;
+  const int i0 = int(i[0]), i1 = int(i[1]);
+  const __m128d l0 = _mm_load_pd(hpk_vmk_core_log_table_256 + 2 * i0);
+  const __m128d l1 = _mm_load_pd(hpk_vmk_core_log_table_256 + 2 * i1);
+  // M + 2^52 from the exponent field placed under the exponent of 2^52, then 2^52 + 1023 off
+  const vd Md = (vd)((sb >> 52) | 0x4330000000000000ull) - c2(0x1p52 + 1023.0);
+  return {(vd)((sb & kFraction) | kOneExp),
+          vd{double(hpk_vmk_core_rcp_table_256[i0]), double(hpk_vmk_core_rcp_table_256[i1])},
+          (vd)_mm_unpacklo_pd(l0, l1), (vd)_mm_unpackhi_pd(l0, l1), Md, sb};
+}
+
+// The routine above on 2^-9 <= |x| (and -1 < x < 2^1000), lane by lane.
+[[gnu::always_inline]] inline vd log1p_table(vd x) {
+  const simd::vdd s = simd::two_sum(c2(1.0), x);
+  const Row w = row_of(s.hi);
+  const vd mhi = (vd)((vul)w.m & kHi28);
+  // e 2^-M with 2^-M = bits 2046 - (M + 1023) in the exponent field (M < 1000 here)
+  const vd e = s.lo * (vd)(0x7FE0000000000000ull - (w.sb & 0x7FF0000000000000ull));
+  const vd rhi = mhi * w.rcp - 1.0;
+  const vd rlo = (w.m - mhi) * w.rcp + e * w.rcp;
+  const vd r = rhi + rlo;
+  const vd A = w.Md * simd::from_bits(kLn2Hi) + w.Lhi;
+  const simd::vdd h = simd::two_sum(A, rhi);
+  const vd lo = (((w.Md * simd::from_bits(kLn2Lo) + w.Llo) + h.lo) + rlo) + (r * r) * q_poly(r);
+  return h.hi + lo;
+}
+
+[[gnu::always_inline]] inline vd log1p_main(vd x) {
+  const vd v = log1p_table(x);
+  const vd small = (vd)((vul)simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < 0x3F60000000000000ull);
+  if (__builtin_expect(simd::movemask(small) == 0, 1)) return v;
+  return simd::select(small, x + (x * x) * q_poly(x), v);
+}
+
+// The single route on double lanes (see the head of the file).
+[[gnu::always_inline]] inline vd log1p_single(vd x) {
+  const vd s = x + 1.0;
+  const Row w = row_of(s);
+  const vd r = w.m * w.rcp - 1.0;
+  const vd p = r + (r * r) * (-0.5 + r * (0x1.5555555555555p-2 + r * (-0.25 + r * 0x1.999999999999ap-3)));
+  const vd v = (w.Md * c2(0x1.62e42fefa39efp-1) + (w.Lhi + w.Llo)) + p;
+  const vd small = (vd)((vul)simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < 0x3F60000000000000ull);
+  if (__builtin_expect(simd::movemask(small) == 0, 1)) return v;
+  const vd ps = x + (x * x) * (-0.5 + x * (0x1.5555555555555p-2 + x * (-0.25 + x * (0x1.999999999999ap-3 - x * 0x1.5555555555555p-3))));
+  return simd::select(small, ps, v);
+}
+
+struct DLog1pKernel {
+  using T = double;
+  static constexpr uint32_t kSignMask = 0x7FFFFFFF;
+  static constexpr uint32_t kRangeLo = 0x3C900000;               // 2^-54
+  static constexpr uint32_t kRangeLen = 0x7E700000 - kRangeLo;  // below 2^1000
+  static constexpr uint32_t kTopLimit = 0xBFF00000;              // x <= -1
+  [[gnu::always_inline]] static vd main(vd x) { return log1p_main(x); }
+  static void rare(double x, int i, const double *a, double *y) {
+    int status;
+    y[i] = log1p_value(x, status);
+    if (status != 0) report_error<double>(status, i, a, a, y, y, "vdLog1p");
+  }
+};
+
+struct SLog1pKernel {
+  using T = float;
+  static constexpr uint32_t kSignMask = 0x7FFFFFFF;
+  static constexpr uint32_t kRangeLo = 0x24800000;               // 2^-54
+  static constexpr uint32_t kRangeLen = 0x7F800000 - kRangeLo;  // finite
+  static constexpr uint32_t kTopLimit = 0xBF800000;              // x <= -1
+  [[gnu::always_inline]] static simd::vf main(simd::vf x) {
+    return on_double_lanes(x, [](vd v) { return log1p_single(v); });
+  }
+  static void rare(float x, int i, const float *a, float *y) {
+    int status;
+    y[i] = float(log1p_value(double(x), status));
+    if (status != 0) report_error<float>(status, i, a, a, y, y, "vsLog1p");
+  }
+};
+
 }  // namespace
 }  // namespace hpk::vmk
 
@@ -78,22 +190,12 @@ void hpk_vmk_kernel_dLog1p_EXHAynn(int n, const double *a, double *y) {
   if (n <= 0) return;
   const hpk::vmk::X87ControlScope control(0x200);
   const hpk::vmk::SseControlScope sse(hpk::vmk::current_mode());
-  for (int i = 0; i < n; ++i) {
-    int status;
-    y[i] = hpk::vmk::log1p_value(a[i], status);
-    if (__builtin_expect(status != 0, 0))
-      hpk::vmk::report_error<double>(status, i, a, a, y, y, "vdLog1p");
-  }
+  hpk::vmk::packed_pass<hpk::vmk::DLog1pKernel>(n, a, y);
 }
 void hpk_vmk_kernel_sLog1p_EXHAynn(int n, const float *a, float *y) {
   if (n <= 0) return;
   const hpk::vmk::X87ControlScope control(0x200);
   const hpk::vmk::SseControlScope sse(hpk::vmk::current_mode());
-  for (int i = 0; i < n; ++i) {
-    int status;
-    y[i] = float(hpk::vmk::log1p_value(double(a[i]), status));
-    if (__builtin_expect(status != 0, 0))
-      hpk::vmk::report_error<float>(status, i, a, a, y, y, "vsLog1p");
-  }
+  hpk::vmk::packed_pass<hpk::vmk::SLog1pKernel>(n, a, y);
 }
 }
