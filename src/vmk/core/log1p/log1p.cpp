@@ -105,15 +105,25 @@ struct Row {
 };
 [[gnu::always_inline]] inline Row row_of(vd s) {
   const vul sb = (vul)s;
-  const vul i = (sb >> 44) & 0xFF;
-  const int i0 = int(i[0]), i1 = int(i[1]);
-  const __m128d l0 = _mm_load_pd(hpk_vmk_core_log_table_256 + 2 * i0);
-  const __m128d l1 = _mm_load_pd(hpk_vmk_core_log_table_256 + 2 * i1);
+  // i * 16 bytes for both lanes (a row of the log table; a quarter of it in the rcp table),
+  // fetched by pextrw straight into general registers
+  const __m128i off = (__m128i)((sb >> 40) & 0xFF0);
+  const unsigned o0 = unsigned(_mm_extract_epi16(off, 0)), o1 = unsigned(_mm_extract_epi16(off, 4));
+  const char *lt = reinterpret_cast<const char *>(hpk_vmk_core_log_table_256);
+  const char *rt = reinterpret_cast<const char *>(hpk_vmk_core_rcp_table_256);
+  const __m128d l0 = _mm_load_pd(reinterpret_cast<const double *>(lt + o0));
+  const __m128d l1 = _mm_load_pd(reinterpret_cast<const double *>(lt + o1));
+  const __m128 r0 = _mm_load_ss(reinterpret_cast<const float *>(rt + (o0 >> 2)));
+  const __m128 r1 = _mm_load_ss(reinterpret_cast<const float *>(rt + (o1 >> 2)));
   // M + 2^52 from the exponent field placed under the exponent of 2^52, then 2^52 + 1023 off
   const vd Md = (vd)((sb >> 52) | 0x4330000000000000ull) - c2(0x1p52 + 1023.0);
-  return {(vd)((sb & kFraction) | kOneExp),
-          vd{double(hpk_vmk_core_rcp_table_256[i0]), double(hpk_vmk_core_rcp_table_256[i1])},
+  return {(vd)((sb & kFraction) | kOneExp), (vd)_mm_cvtps_pd(_mm_unpacklo_ps(r0, r1)),
           (vd)_mm_unpacklo_pd(l0, l1), (vd)_mm_unpackhi_pd(l0, l1), Md, sb};
+}
+
+// Lanes with |x| < 2^-9 (x is normal here, so the compare sees it whatever DAZ says).
+[[gnu::always_inline]] inline vd small_lanes(vd x) {
+  return (vd)(simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < c2(0x1p-9));
 }
 
 // The routine above on 2^-9 <= |x| (and -1 < x < 2^1000), lane by lane.
@@ -134,7 +144,7 @@ struct Row {
 
 [[gnu::always_inline]] inline vd log1p_main(vd x) {
   const vd v = log1p_table(x);
-  const vd small = (vd)((vul)simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < 0x3F60000000000000ull);
+  const vd small = small_lanes(x);
   if (__builtin_expect(simd::movemask(small) == 0, 1)) return v;
   return simd::select(small, x + (x * x) * q_poly(x), v);
 }
@@ -146,7 +156,7 @@ struct Row {
   const vd r = w.m * w.rcp - 1.0;
   const vd p = r + (r * r) * (-0.5 + r * (0x1.5555555555555p-2 + r * (-0.25 + r * 0x1.999999999999ap-3)));
   const vd v = (w.Md * c2(0x1.62e42fefa39efp-1) + (w.Lhi + w.Llo)) + p;
-  const vd small = (vd)((vul)simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < 0x3F60000000000000ull);
+  const vd small = small_lanes(x);
   if (__builtin_expect(simd::movemask(small) == 0, 1)) return v;
   const vd ps = x + (x * x) * (-0.5 + x * (0x1.5555555555555p-2 + x * (-0.25 + x * (0x1.999999999999ap-3 - x * 0x1.5555555555555p-3))));
   return simd::select(small, ps, v);
