@@ -118,35 +118,54 @@ struct Scaled {
   return {(vd)_mm_unpacklo_pd(row0, row1), (vd)_mm_unpackhi_pd(row0, row1), two_m};
 }
 
+// The constants of the packed routes, each twice side by side; read through an opaque
+// pointer so that they stay memory operands of the arithmetic instead of registers that the
+// four chains of a block would spill.
+struct alignas(16) Expm1Constants {
+  vd low, inv_l, shifter, l1, l2, minus_one, one, c0, c1, c2, c3, c4, s0, s1, s2;
+};
+const Expm1Constants kExpm1Constants = {
+    c2(-40.0), c2(kInvL), c2(kShifter), c2(simd::from_bits(kL1)), c2(simd::from_bits(kL2)),
+    c2(-1.0), c2(1.0), c2(exp_tables::kExpm1Poly[0]), c2(exp_tables::kExpm1Poly[1]),
+    c2(exp_tables::kExpm1Poly[2]), c2(exp_tables::kExpm1Poly[3]), c2(exp_tables::kExpm1Poly[4]),
+    c2(0.5), c2(0x1.5555555555555p-3), c2(0x1.5555555555555p-5)};
+
+[[gnu::always_inline]] inline const Expm1Constants &constants() {
+  const Expm1Constants *cp = &kExpm1Constants;
+  __asm__ volatile("" : "+r"(cp));
+  return *cp;
+}
+
 [[gnu::always_inline]] inline vd expm1_main(vd x) {
-  const double *c = exp_tables::kExpm1Poly;
-  const vd xc = simd::vmax(x, c2(-40.0));
-  const vd t = xc * c2(kInvL) + c2(kShifter);
-  const vd kd = t - c2(kShifter);
-  const vd rh = xc - kd * c2(simd::from_bits(kL1));
-  const vd rl = kd * c2(simd::from_bits(kL2));
+  const Expm1Constants &c = constants();
+  const vd xc = simd::vmax(x, c.low);
+  const vd t = xc * c.inv_l + c.shifter;
+  const vd kd = t - c.shifter;
+  const vd rh = xc - kd * c.l1;
+  const vd rl = kd * c.l2;
   const vd r = rh - rl;
   const Scaled s = table_and_scale(t);
   const vd u = s.T * s.two_m;
-  const simd::vdd d = simd::two_sum(u, c2(-1.0));
+  const simd::vdd d = simd::two_sum(u, c.minus_one);
   const vd s2 = d.hi + rh;
   const vd e2 = rh - (s2 - d.hi);
   const vd r2 = r * r;
-  const vd q = r2 * (c[0] + r * (c[1] + r * (c[2] + r * (c[3] + r * c[4]))));
-  const vd tail = ((d.lo + e2) + d.hi * rh) + s.two_m * (s.T * (q - rl) + s.Tl * (1.0 + r));
+  const vd q = r2 * (c.c0 + r * (c.c1 + r * (c.c2 + r * (c.c3 + r * c.c4))));
+  const vd tail = ((d.lo + e2) + d.hi * rh) + s.two_m * (s.T * (q - rl) + s.Tl * (c.one + r));
   return s2 + tail;
 }
 
 // The single route on double lanes (see the head of the file).
 [[gnu::always_inline]] inline vd expm1_single(vd x) {
-  const vd xc = simd::vmax(x, c2(-40.0));
-  const vd t = xc * c2(kInvL) + c2(kShifter);
-  const vd kd = t - c2(kShifter);
-  const vd r = (xc - kd * c2(simd::from_bits(kL1))) - kd * c2(simd::from_bits(kL2));
+  const Expm1Constants &c = constants();
+  const vd xc = simd::vmax(x, c.low);
+  const vd t = xc * c.inv_l + c.shifter;
+  const vd kd = t - c.shifter;
+  const vd r = (xc - kd * c.l1) - kd * c.l2;
   const Scaled s = table_and_scale(t);
   const vd u = s.T * s.two_m;
-  const vd p = r + (r * r) * (0.5 + r * (0x1.5555555555555p-3 + r * 0x1.5555555555555p-5));
-  return (u - 1.0) + u * p;
+  const vd p = r + (r * r) * (c.s0 + r * (c.s1 + r * c.s2));
+  return (u + c.minus_one) + u * p;
 }
 
 struct DExpm1Kernel {

@@ -91,10 +91,30 @@ double log1p_value(double x, int &status) {
 using simd::vd;
 using simd::vul;
 
+// The constants of the packed routes, each twice side by side; read through an opaque
+// pointer so that they stay memory operands of the arithmetic instead of registers that the
+// four chains of a block would spill.
+struct alignas(16) Log1pConstants {
+  vd q[7], one, m_bias, ln2hi, ln2lo, ln2, small, s0, s1, s2, s3, s4;
+};
 constexpr vd c2(double c) { return vd{c, c}; }
+const Log1pConstants kLog1pConstants = {
+    {c2(log1p_tables::kLog1pPoly[0]), c2(log1p_tables::kLog1pPoly[1]),
+     c2(log1p_tables::kLog1pPoly[2]), c2(log1p_tables::kLog1pPoly[3]),
+     c2(log1p_tables::kLog1pPoly[4]), c2(log1p_tables::kLog1pPoly[5]),
+     c2(log1p_tables::kLog1pPoly[6])},
+    c2(1.0), c2(0x1p52 + 1023.0), c2(simd::from_bits(kLn2Hi)), c2(simd::from_bits(kLn2Lo)),
+    c2(0x1.62e42fefa39efp-1), c2(0x1p-9), c2(-0.5), c2(0x1.5555555555555p-2), c2(-0.25),
+    c2(0x1.999999999999ap-3), c2(-0x1.5555555555555p-3)};
 
-[[gnu::always_inline]] inline vd q_poly(vd r) {
-  const double *q = log1p_tables::kLog1pPoly;
+[[gnu::always_inline]] inline const Log1pConstants &constants() {
+  const Log1pConstants *cp = &kLog1pConstants;
+  __asm__ volatile("" : "+r"(cp));
+  return *cp;
+}
+
+[[gnu::always_inline]] inline vd q_poly(vd r, const Log1pConstants &c) {
+  const vd *q = c.q;
   return q[0] + r * (q[1] + r * (q[2] + r * (q[3] + r * (q[4] + r * (q[5] + r * q[6])))));
 }
 
@@ -103,7 +123,7 @@ struct Row {
   vd m, rcp, Lhi, Llo, Md;
   vul sb;
 };
-[[gnu::always_inline]] inline Row row_of(vd s) {
+[[gnu::always_inline]] inline Row row_of(vd s, const Log1pConstants &c) {
   const vul sb = (vul)s;
   // i * 16 bytes for both lanes (a row of the log table; a quarter of it in the rcp table),
   // fetched by pextrw straight into general registers
@@ -116,49 +136,55 @@ struct Row {
   const __m128 r0 = _mm_load_ss(reinterpret_cast<const float *>(rt + (o0 >> 2)));
   const __m128 r1 = _mm_load_ss(reinterpret_cast<const float *>(rt + (o1 >> 2)));
   // M + 2^52 from the exponent field placed under the exponent of 2^52, then 2^52 + 1023 off
-  const vd Md = (vd)((sb >> 52) | 0x4330000000000000ull) - c2(0x1p52 + 1023.0);
+  const vd Md = (vd)((sb >> 52) | 0x4330000000000000ull) - c.m_bias;
   return {(vd)((sb & kFraction) | kOneExp), (vd)_mm_cvtps_pd(_mm_unpacklo_ps(r0, r1)),
           (vd)_mm_unpacklo_pd(l0, l1), (vd)_mm_unpackhi_pd(l0, l1), Md, sb};
 }
 
 // Lanes with |x| < 2^-9 (x is normal here, so the compare sees it whatever DAZ says).
-[[gnu::always_inline]] inline vd small_lanes(vd x) {
-  return (vd)(simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < c2(0x1p-9));
+[[gnu::always_inline]] inline vd small_lanes(vd x, const Log1pConstants &c) {
+  return (vd)(simd::and_bits(x, (vd)(vul{} + 0x7FFFFFFFFFFFFFFFull)) < c.small);
 }
 
-// The routine above on 2^-9 <= |x| (and -1 < x < 2^1000), lane by lane.
-[[gnu::always_inline]] inline vd log1p_table(vd x) {
-  const simd::vdd s = simd::two_sum(c2(1.0), x);
-  const Row w = row_of(s.hi);
+// The routine above on 2^-9 <= |x| (and -1 < x < 2^1000), lane by lane. 1 + x is summed
+// exactly by Fast2Sum with the larger of 1 and x first (x > -1, so it is also the larger in
+// magnitude): the same pair (s, e) as the routine's TwoSum.
+[[gnu::always_inline]] inline vd log1p_table(vd x, const Log1pConstants &c) {
+  const vd big = simd::vmax(x, c.one), sml = simd::vmin(x, c.one);
+  const vd sh = big + sml;
+  const vd sl = (big - sh) + sml;
+  const Row w = row_of(sh, c);
   const vd mhi = (vd)((vul)w.m & kHi28);
   // e 2^-M with 2^-M = bits 2046 - (M + 1023) in the exponent field (M < 1000 here)
-  const vd e = s.lo * (vd)(0x7FE0000000000000ull - (w.sb & 0x7FF0000000000000ull));
-  const vd rhi = mhi * w.rcp - 1.0;
+  const vd e = sl * (vd)(0x7FE0000000000000ull - (w.sb & 0x7FF0000000000000ull));
+  const vd rhi = mhi * w.rcp - c.one;
   const vd rlo = (w.m - mhi) * w.rcp + e * w.rcp;
   const vd r = rhi + rlo;
-  const vd A = w.Md * simd::from_bits(kLn2Hi) + w.Lhi;
+  const vd A = w.Md * c.ln2hi + w.Lhi;
   const simd::vdd h = simd::two_sum(A, rhi);
-  const vd lo = (((w.Md * simd::from_bits(kLn2Lo) + w.Llo) + h.lo) + rlo) + (r * r) * q_poly(r);
+  const vd lo = (((w.Md * c.ln2lo + w.Llo) + h.lo) + rlo) + (r * r) * q_poly(r, c);
   return h.hi + lo;
 }
 
 [[gnu::always_inline]] inline vd log1p_main(vd x) {
-  const vd v = log1p_table(x);
-  const vd small = small_lanes(x);
+  const Log1pConstants &c = constants();
+  const vd v = log1p_table(x, c);
+  const vd small = small_lanes(x, c);
   if (__builtin_expect(simd::movemask(small) == 0, 1)) return v;
-  return simd::select(small, x + (x * x) * q_poly(x), v);
+  return simd::select(small, x + (x * x) * q_poly(x, c), v);
 }
 
 // The single route on double lanes (see the head of the file).
 [[gnu::always_inline]] inline vd log1p_single(vd x) {
-  const vd s = x + 1.0;
-  const Row w = row_of(s);
-  const vd r = w.m * w.rcp - 1.0;
-  const vd p = r + (r * r) * (-0.5 + r * (0x1.5555555555555p-2 + r * (-0.25 + r * 0x1.999999999999ap-3)));
-  const vd v = (w.Md * c2(0x1.62e42fefa39efp-1) + (w.Lhi + w.Llo)) + p;
-  const vd small = small_lanes(x);
+  const Log1pConstants &c = constants();
+  const vd s = x + c.one;
+  const Row w = row_of(s, c);
+  const vd r = w.m * w.rcp - c.one;
+  const vd p = r + (r * r) * (c.s0 + r * (c.s1 + r * (c.s2 + r * c.s3)));
+  const vd v = (w.Md * c.ln2 + (w.Lhi + w.Llo)) + p;
+  const vd small = small_lanes(x, c);
   if (__builtin_expect(simd::movemask(small) == 0, 1)) return v;
-  const vd ps = x + (x * x) * (-0.5 + x * (0x1.5555555555555p-2 + x * (-0.25 + x * (0x1.999999999999ap-3 - x * 0x1.5555555555555p-3))));
+  const vd ps = x + (x * x) * (c.s0 + x * (c.s1 + x * (c.s2 + x * (c.s3 + x * c.s4))));
   return simd::select(small, ps, v);
 }
 
