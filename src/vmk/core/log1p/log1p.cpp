@@ -161,7 +161,12 @@ struct Row {
   const vd rlo = (w.m - mhi) * w.rcp + e * w.rcp;
   const vd r = rhi + rlo;
   const vd A = w.Md * c.ln2hi + w.Lhi;
-  const simd::vdd h = simd::two_sum(A, rhi);
+  // Fast2Sum: exponent(A) >= exponent(rhi) wherever this value is taken (|x| >= 2^-9): for
+  // M = 0 and M = -1 the rows nearest 1 give |A| in [2^-10, 2^-9) against |rhi| < 2^-9 (row
+  // 0) and |A| > 2^-10 against |rhi| < 2^-9 (row 255, m = 2 - 2^-8 only); elsewhere |A| is
+  // above 2^-9. The pair is the routine's TwoSum pair, exactly.
+  const vd hh = A + rhi;
+  const simd::vdd h = {hh, rhi - (hh - A)};
   const vd lo = (((w.Md * c.ln2lo + w.Llo) + h.lo) + rlo) + (r * r) * q_poly(r, c);
   return h.hi + lo;
 }
