@@ -22,8 +22,9 @@
 // The loops are packed passes (frame/packed_pass.hpp): two doubles a step on the main range
 // -1 < x < 2^1000 with |x| >= 2^-54 (top word, sign cleared, in [0x3C900000, 0x7E700000),
 // and the whole top word below 0xBFF00000); NaN, infinities, x <= -1, tiny and huge inputs
-// take the routine above. The packed route is the routine above lane by lane, the same
-// operations in the same order, so it gives the same bits; a register with a lane of
+// take the routine above. The packed route is the routine above lane by lane, with its two
+// TwoSums replaced by Fast2Sums that give the same exact pairs on the route, so it gives the
+// same bits; a register with a lane of
 // |x| < 2^-9 computes the short polynomial too and takes it on those lanes.
 // The single route (four singles as two double vectors) needs no exact steps for a result
 // rounded once to single: 1 + x in one rounding (exact for single x with |x| >= 2^-29, else
