@@ -103,6 +103,19 @@ void BM_glibc_s(benchmark::State &st) {
   st.SetItemsProcessed(st.iterations() * n);
 }
 float glibc_expf(float x) { return std::exp(x); }
+double glibc_expm1(double x) { return std::expm1(x); }
+double glibc_log1p(double x) { return std::log1p(x); }
+float glibc_expm1f(float x) { return std::expm1(x); }
+float glibc_log1pf(float x) { return std::log1p(x); }
+
+// Expm1 over (-2, 2) and Log1p over (-0.5, 4): the ranges where the functions differ from
+// Exp and Ln, every element on the main route.
+struct Expm1Input {
+  static double at(int i) { return -2.0 + 4.0 * ((i * 7919) % 10007) / 10007.0; }
+};
+struct Log1pInput {
+  static double at(int i) { return -0.5 + 4.5 * ((i * 7919) % 10007) / 10007.0; }
+};
 float glibc_logf(float x) { return std::log(x); }
 
 BENCHMARK(BM_hpk<ExpInput, _vmkdExp_HA>) EXPLOG_SIZES;
@@ -113,9 +126,17 @@ BENCHMARK(BM_glibc<LnInput, glibc_log>) EXPLOG_SIZES;
 BENCHMARK(BM_vec2<LnInput, mvec_log>) EXPLOG_SIZES;
 BENCHMARK(BM_hpk<LnInput, _vmkdLog10_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_hpk<ExpInput, _vmkdExpm1_HA>)->Arg(1000);
+BENCHMARK(BM_glibc<ExpInput, glibc_expm1>)->Arg(1000);
 BENCHMARK(BM_hpk<LnInput, _vmkdLog1p_HA>)->Arg(1000);
+BENCHMARK(BM_glibc<LnInput, glibc_log1p>)->Arg(1000);
+BENCHMARK(BM_hpk<Expm1Input, _vmkdExpm1_HA>)->Arg(1000);
+BENCHMARK(BM_glibc<Expm1Input, glibc_expm1>)->Arg(1000);
+BENCHMARK(BM_hpk<Log1pInput, _vmkdLog1p_HA>)->Arg(1000);
+BENCHMARK(BM_glibc<Log1pInput, glibc_log1p>)->Arg(1000);
 BENCHMARK(BM_hpk_s<ExpInput, _vmksExpm1_HA>)->Arg(1000);
+BENCHMARK(BM_glibc_s<ExpInput, glibc_expm1f>)->Arg(1000);
 BENCHMARK(BM_hpk_s<LnInput, _vmksLog1p_HA>)->Arg(1000);
+BENCHMARK(BM_glibc_s<LnInput, glibc_log1pf>)->Arg(1000);
 BENCHMARK(BM_hpk_s<LnInput, _vmksLog10_HA>)->Arg(1000);
 BENCHMARK(BM_hpk_s<ExpInput, _vmksExp_HA>) EXPLOG_SIZES;
 BENCHMARK(BM_glibc_s<ExpInput, glibc_expf>) EXPLOG_SIZES;

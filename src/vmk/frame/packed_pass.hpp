@@ -28,11 +28,16 @@
 //                                entry (y may be a, already partly overwritten): correct for
 //                                every input, stores y[i] and reports its status with the
 //                                arrays as given
+// and may provide
+//   kTopLimit                    top words (sign included, unsigned) at or above it go to the
+//                                scalar routine too: a second bound for a main range that
+//                                is not symmetric, e.g. x > -1 (0xBFF00000) with |x| in range
 // and the kernel body is `packed_pass<K>(n, a, y)` under its control scope. Two-input
 // kernels get a twin of the frame with a second array and a combined range mask.
 #pragma once
 
 #include <cstdint>
+#include <type_traits>
 
 #include "vmk/simd/vec.hpp"
 
@@ -69,8 +74,15 @@ struct PassFormat<float> {
   static constexpr int kTopVectors = 4;
 };
 
+template <class K, class = void>
+struct HasTopLimit : std::false_type {};
+template <class K>
+struct HasTopLimit<K, std::void_t<decltype(K::kTopLimit)>> : std::true_type {};
+
 template <class K>
 inline bool in_main_range(uint32_t top) {
+  if constexpr (HasTopLimit<K>::value)
+    if (top >= K::kTopLimit) return false;
   return ((top & K::kSignMask) - K::kRangeLo) < K::kRangeLen;
 }
 
@@ -104,6 +116,10 @@ void packed_pass(int n, const typename K::T *a, typename K::T *y) {
     vui out = vui{};
 #pragma GCC unroll 8
     for (int k = 0; k < F::kTopVectors; ++k) out |= (vui)(((t[k] & sign_mask) - lo) >= len);
+    if constexpr (HasTopLimit<K>::value) {
+#pragma GCC unroll 8
+      for (int k = 0; k < F::kTopVectors; ++k) out |= (vui)(t[k] >= K::kTopLimit);
+    }
     if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) {
       alignas(16) T x[F::kBlock];
       for (int k = 0; k < kRegs; ++k) simd::storea(x + k * F::kLanes, v[k]);
