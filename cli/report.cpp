@@ -31,7 +31,7 @@ void time_case(const Case &c, double &kernel_ns, double &peer_ns) {
   const int n = 1000;
   std::vector<T> x(n), y(n), out(n);
   for (int i = 0; i < n; ++i) {
-    x[i] = T(0.5 + 1.5 * (i % 97) / 97.0);
+    x[i] = T(c.time_lo + (c.time_hi - c.time_lo) * (i % 97) / 97.0);
     y[i] = T(0.25 + (i % 89) / 89.0);
   }
   volatile T sink = 0;

@@ -78,9 +78,11 @@ void add_hyperbolic_cases(std::vector<Case> &out) {
            PEERS(asinh));
   add_pair(out, "Acosh", kernel_address(_vmksAcosh_HA), kernel_address(_vmkdAcosh_HA), ref_acosh,
            {ge1_s, at1, near1}, {ge1_d, at1, near1, {1e7, 1e9, false}}, "acosh", PEERS(acosh));
+  set_timing(out, 1.01, 8.0);
   add_pair(out, "Atanh", kernel_address(_vmksAtanh_HA), kernel_address(_vmkdAtanh_HA), ref_atanh,
            {unit_s, near0_s, pole}, {unit_d, near0_d, pole, {0.4, 0.6, true}}, "atanh",
            PEERS(atanh));
+  set_timing(out, 0.0625, 0.99);
 }
 
 }  // namespace hpk::oracle

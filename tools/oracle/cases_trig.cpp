@@ -46,9 +46,11 @@ void add_trig_cases(std::vector<Case> &out) {
   add_pair(out, "Asin", 1, KERNELS(Asin), ref_asin, nullptr, {unit_ball, upper_ball},
            {unit_ball, upper_ball}, kInvTrigSpecials, kInvTrigSpecials, 1.0, "asin",
            HPK_ORACLE_PEERS1(asin));
+  set_timing(out, 0.0625, 0.99);
   add_pair(out, "Acos", 1, KERNELS(Acos), ref_acos, nullptr, {unit_ball, upper_ball},
            {unit_ball, upper_ball}, kInvTrigSpecials, kInvTrigSpecials, 1.0, "acos",
            HPK_ORACLE_PEERS1(acos));
+  set_timing(out, 0.0625, 0.99);
   add_pair(out, "Atan", 1, KERNELS(Atan), ref_atan, nullptr, {kWholeS, atan_mid},
            {kWholeD, atan_mid}, kInvTrigSpecials, kInvTrigSpecials, 1.0, "atan",
            HPK_ORACLE_PEERS1(atan));

@@ -47,6 +47,7 @@ struct Case {
   double bound_ulp;              // the level's promise, asserted by the tests
   std::string peer_name;         // glibc loop compared in the report ("hypot", "a+b")
   void *peer;                    // double(*)(double[,double]) or float(...) of the same arity
+  double time_lo = 0.5, time_hi = 2.0;  // first argument of the report's timing arrays
 };
 
 const std::vector<Case> &cases();
