@@ -130,6 +130,8 @@
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
   X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 10.4f, 10.4f, 10.4f)                           \
+  X(c, Sqrt, ONE, HAynn, HAynn, HAynn, 30.0f, 30.0f, 30.0f)                           \
+  X(z, Sqrt, ONE, HAynn, HAynn, HAynn, 40.0f, 40.0f, 40.0f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Sub, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
