@@ -66,6 +66,7 @@
   X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
+  X(c, Exp, ONE, LAynn, HAynn, LAynn, 35.70f, 99.26f, 35.70f)                         \
   X(z, Exp, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                            \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 70.0f, 70.0f, 70.0f)                          \
   X(d, Expm1, ONE, HAynn, HAynn, HAynn, 34.0f, 34.0f, 34.0f)                          \

@@ -21,6 +21,7 @@
 extern "C" {
 double _Complex csqrt(double _Complex);
 double _Complex cexp(double _Complex);
+float _Complex cexpf(float _Complex);
 float _Complex csqrtf(float _Complex);
 }
 
@@ -97,12 +98,14 @@ struct CFn {
   double _Complex (*zref)(double _Complex);
   int (*mpc_ref)(mpc_ptr, mpc_srcptr, mpc_rnd_t);
   double ulps;  // accuracy bound per part
-  double xlo, xhi;  // real parts uniform in [xlo, xhi] for the double kernel (both 0: any)
+  double xlo, xhi;  // real parts uniform in [xlo, xhi] (both 0: any exponent)
 };
 
 const CFn kFns[] = {
     {"Sqrt", _vmkcSqrt_HA, _vmkzSqrt_HA, csqrtf, csqrt, mpc_sqrt, 1.0, 0, 0},
-    {"Exp", nullptr, _vmkzExp_HA, nullptr, cexp, mpc_exp, 1.0, -745.0, 709.7},
+    {"Exp", _vmkcExp_HA, _vmkzExp_HA, cexpf, cexp, mpc_exp, 1.0, -745.0, 709.7},
+    // The low accuracy kernel of cExp (slots 0 and 2); bound 4 ulp. zExp has one kernel.
+    {"ExpLA", _vmkcExp_21, _vmkzExp_50, cexpf, cexp, mpc_exp, 4.0, -745.0, 709.7},
 };
 
 class CElem : public ::testing::TestWithParam<CFn> {};
@@ -154,7 +157,10 @@ double worst_error(const CFn &f, void (*ker)(int, const T *, T *), int emin, int
     a[i] = {part(e1), part(std::max(std::min(e2, emax), emin))};
     if (f.xlo != f.xhi) {
       // Real parts over the range where the modulus is finite; most near the origin.
-      const double u = std::uniform_real_distribution<double>(f.xlo, f.xhi)(gen);
+      // single: the finite range of single, e^88 < 2^127
+      const double lo = sizeof(R) == 4 ? std::max(f.xlo, -103.0) : f.xlo;
+      const double hi = sizeof(R) == 4 ? std::min(f.xhi, 88.0) : f.xhi;
+      const double u = std::uniform_real_distribution<double>(lo, hi)(gen);
       a[i].re = R(i % 2 ? u : u * 0x1p-12);
     }
   }
@@ -254,6 +260,27 @@ TEST(CElemExp, StatusesThroughCallBack) {
   // The reported elements keep their results (the call-back returns 0).
   EXPECT_TRUE(std::isinf(y[1].re) && y[1].im == 0.0);
   EXPECT_TRUE(std::isnan(y[7].re) && std::isnan(y[7].im));
+}
+
+// cExp, both kernels: the same statuses at the same positions, from the packed passes and
+// the tail alike (nine elements: two passes of four and one left).
+TEST(CElemExp, SingleStatusesBothKernels) {
+  const float inf = std::numeric_limits<float>::infinity();
+  const std::vector<c8> a = {{1.0f, 2.0f}, {89.0f, 0.0f}, {0.5f, -3.0f}, {-88.0f, 1.0f},
+                             {-2.0f, 1e5f}, {0.0f, inf}, {90.0f, 1e-30f}, {-1.0f, 0.5f},
+                             {100.0f, -1.0f}};
+  const std::vector<std::pair<int, int>> want = {{1, 3}, {3, 4}, {5, 1}, {6, 3}, {8, 3}};
+  for (auto ker : {_vmkcExp_HA, _vmkcExp_21}) {
+    std::vector<c8> y(a.size());
+    recorded([&] { ker(int(a.size()), a.data(), y.data()); });
+    std::vector<std::pair<int, int>> got;
+    for (const Report &r : t_reports) {
+      got.push_back({r.index, r.code});
+      EXPECT_EQ(r.name, "vcExp");
+    }
+    EXPECT_EQ(got, want);
+    EXPECT_TRUE(std::isinf(y[8].re) && std::isinf(y[8].im) && y[8].im < 0);
+  }
 }
 
 }  // namespace
