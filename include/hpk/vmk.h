@@ -107,6 +107,19 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
                                    const hpk_complex16 *b, hpk_complex16 *y, hpk_complex16 *z,
                                    const char *name);
 
+/* ---- complex elementary functions: special values and statuses ------------------------- */
+
+/* The complex elementary kernels (cExp, zExp, cSqrt, zSqrt) give the special values of the C
+ * complex functions (branch cut of Sqrt on the negative real axis, continuous from above; the
+ * sign of a zero part kept; a NaN part gives NaN parts except where an infinite or zero part
+ * decides the result). Their statuses, element by element under the names "vcExp", "vzSqrt"...:
+ *   3 overflow    a finite element whose result has an infinite part;
+ *   4 underflow   Exp of a finite element whose modulus e^re lies below the smallest normal
+ *                 number of the type;
+ *   1 domain      Exp of a finite real part with an infinite imaginary part (the result
+ *                 NaN + i NaN, as the real sine and cosine of an infinity).
+ * NaN parts report nothing; Sqrt reports nothing (no finite element overflows). */
+
 /* ---- trigonometric scalar routes and reductions ---------------------------------------- */
 
 /* Scalar reduced-path routines of the trigonometric kernels: element i of a goes to y[i] (and

@@ -66,6 +66,8 @@
   X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
+  X(c, Exp, ONE, LAynn, HAynn, LAynn, 35.70f, 99.26f, 35.70f)                         \
+  X(z, Exp, ONE, HAynn, HAynn, HAynn, 196.0f, 196.0f, 196.0f)                         \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 70.0f, 70.0f, 70.0f)                          \
   X(d, Expm1, ONE, HAynn, HAynn, HAynn, 34.0f, 34.0f, 34.0f)                          \
   X(s, Floor, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                             \
@@ -130,6 +132,8 @@
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
   X(d, Sqrt, ONE, HAynn, HAynn, HAynn, 10.4f, 10.4f, 10.4f)                           \
+  X(c, Sqrt, ONE, HAynn, HAynn, HAynn, 40.5f, 40.5f, 40.5f)                           \
+  X(z, Sqrt, ONE, HAynn, HAynn, HAynn, 39.9f, 39.9f, 39.9f)                           \
   X(s, Sub, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Sub, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
