@@ -64,8 +64,8 @@
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
   X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
-  X(s, Erf, ONE, HAynn, HAynn, HAynn, 8.0f, 8.0f, 8.0f)                              \
-  X(d, Erf, ONE, HAynn, HAynn, HAynn, 16.0f, 16.0f, 16.0f)                           \
+  X(s, Erf, ONE, HAynn, HAynn, HAynn, 37.7f, 37.7f, 37.7f)                           \
+  X(d, Erf, ONE, HAynn, HAynn, HAynn, 35.7f, 35.7f, 35.7f)                           \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 70.0f, 70.0f, 70.0f)                          \
