@@ -16,7 +16,7 @@
 // lanes in the last class, the common case, takes no other branch.
 #include <cstdint>
 
-#include "vmk/core/erf/erf_tables.hpp"
+#include "vmk/core/erf/erf_core.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/thread_state.hpp"
 #include "vmk/simd/vec.hpp"
@@ -25,46 +25,6 @@ namespace hpk::vmk::erf {
 namespace {
 
 using simd::vd;
-using simd::vf;
-
-constexpr uint64_t kHighMask = 0xFFFFFFFFF8000000ull;  // sign, exponent, top 26 bits
-constexpr uint32_t kRowBase = 0x3FBE0000, kRowMask = 0x7FFE0000;
-constexpr uint32_t kTinyEnd = 0x00800000, kInfTop = 0x7FF00000;
-
-inline int row_of(uint32_t top) {
-  const uint32_t t = top & kRowMask;
-  if (t < kRowBase) return 0;
-  const uint32_t k = (t - kRowBase) >> 17;
-  return k > 45 ? 45 : int(k);
-}
-
-inline uint32_t abs_top(double x) { return uint32_t(simd::bits(x) >> 32) & 0x7FFFFFFF; }
-
-inline vd high_part(vd v) {
-  return simd::and_bits(v, (vd)(simd::vl{} + int64_t(kHighMask)));
-}
-
-// The interval route on both lanes (each lane in the main class).
-[[gnu::always_inline]] inline vd main_route(vd x) {
-  const vd sign = simd::splat(-0.0);
-  const vd ax = simd::andnot_bits(sign, x);
-  const double *P0 = erf_tables::kPoly[row_of(abs_top(ax[0]))];
-  const double *P1 = erf_tables::kPoly[row_of(abs_top(ax[1]))];
-  auto entry = [&](int j) { return vd{P0[j], P1[j]}; };
-  const vd r = ax + entry(12);
-  vd p = entry(11);
-#pragma GCC unroll 8
-  for (int j = 10; j >= 3; --j) p = p * r + entry(j);
-  p = p * r;
-  const vd a1 = entry(2);
-  const vd s = a1 + p;
-  const vd sh = high_part(s);
-  const vd sl = (a1 - sh) + p;
-  const vd rh = high_part(r);
-  const vd rl = r - rh;
-  const vd mag = entry(1) + (rh * sh + (((rl * sl + rh * sl) + rl * sh) + entry(0)));
-  return simd::or_bits(mag, simd::and_bits(sign, x));
-}
 
 // erf x = x * 2/sqrt(pi) for |x| < 2^-1015, rounded once: the product is formed exactly at the
 // scale 2^110 as ph + pl, and a result in the denormal range is corrected by one unit of its
