@@ -64,6 +64,10 @@
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
   X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
+  X(s, Erf, ONE, HAynn, HAynn, HAynn, 37.7f, 37.7f, 37.7f)                           \
+  X(d, Erf, ONE, HAynn, HAynn, HAynn, 35.7f, 35.7f, 35.7f)                           \
+  X(s, Erfc, ONE, HAynn, HAynn, HAynn, 44.5f, 44.5f, 44.5f)                          \
+  X(d, Erfc, ONE, HAynn, HAynn, HAynn, 42.0f, 42.0f, 42.0f)                          \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(c, Exp, ONE, LAynn, HAynn, LAynn, 35.70f, 99.26f, 35.70f)                         \
