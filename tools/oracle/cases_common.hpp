@@ -110,6 +110,6 @@ void add_explog_cases(std::vector<Case> &out);
 void add_trig_cases(std::vector<Case> &out);
 void add_hyperbolic_cases(std::vector<Case> &out);
 void add_power_cases(std::vector<Case> &out);
-void add_special_cases(std::vector<Case> &out);
+void add_erf_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle

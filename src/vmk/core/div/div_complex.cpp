@@ -15,12 +15,12 @@
 // and not zero would have lost the low parts of its products, and goes to the scalar route too.
 // _z_div_ha_scalar takes the rest: extended precision (no exponent limit that double parts can
 // reach: D of doubles lies in [2^-2148, 2^2049]), then the special-value rules of
-// heap/complex/special.hpp. Status 3 when the four input parts are finite and a result part is
+// heap/complex/nonfinite.hpp. Status 3 when the four input parts are finite and a result part is
 // not: an overflow, or a division by zero.
 #include "vmk/core/heap/complex/binary_pass.hpp"
 #include "vmk/core/heap/complex/complex_lanes.hpp"
 #include "vmk/core/heap/complex/single_binary.hpp"
-#include "vmk/core/heap/complex/special.hpp"
+#include "vmk/core/heap/complex/nonfinite.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/error.hpp"
 #include "vmk/service/thread_state.hpp"

@@ -21,7 +21,7 @@ namespace hpk::vmk {
 // (a.re + i a.im)(b.re + i b.im), or with b conjugated, in extended precision under the x87
 // state of 64-bit precision: the products and their sum carry 64 bits and no exponent limit
 // that double parts can reach, so the only rounding that matters is the last one, to double.
-// NaN and infinity follow heap/complex/special.hpp (with the constants of _vmkzMulHATab).
+// NaN and infinity follow heap/complex/nonfinite.hpp (with the constants of _vmkzMulHATab).
 // Returns status 3 when all input parts are finite and a result part is not.
 int _z_mul_ha_scalar(hpk_complex16 a, hpk_complex16 b, hpk_complex16 &r, bool conj_b);
 

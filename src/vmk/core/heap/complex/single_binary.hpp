@@ -15,7 +15,7 @@
 // the rare route), so its results are those of the caller's MXCSR, round to nearest by default.
 //
 // Rare elements: a non-finite result part. The scalar route computes the same operations in
-// the same order, then applies the special-value rules of heap/complex/special.hpp, and raises
+// the same order, then applies the special-value rules of heap/complex/nonfinite.hpp, and raises
 // status 3 when all four input parts are finite: a part that overflows single, or, for Div, a
 // division by zero.
 #pragma once
@@ -23,7 +23,7 @@
 #include "vmk/core/heap/complex/binary_pass.hpp"
 #include "vmk/core/heap/complex/complex_lanes.hpp"
 #include "vmk/core/heap/complex/parts.hpp"
-#include "vmk/core/heap/complex/special.hpp"
+#include "vmk/core/heap/complex/nonfinite.hpp"
 #include "vmk/service/error.hpp"
 
 namespace hpk::vmk {

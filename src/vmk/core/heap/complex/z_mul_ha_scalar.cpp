@@ -1,6 +1,6 @@
 // The extended-precision scalar route of the double complex products (see double_mul.hpp).
 #include "vmk/core/heap/complex/double_mul.hpp"
-#include "vmk/core/heap/complex/special.hpp"
+#include "vmk/core/heap/complex/nonfinite.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/error.hpp"
 

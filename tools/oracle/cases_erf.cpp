@@ -31,7 +31,7 @@ std::vector<double> erf_specials() {
 
 }  // namespace
 
-void add_special_cases(std::vector<Case> &out) {
+void add_erf_cases(std::vector<Case> &out) {
   const Range core{0.01, 6.5, true};
   const Range small_d{0x1p-1022, 0.01, true};
   const Range small_s{0x1p-126, 0.01, true};
