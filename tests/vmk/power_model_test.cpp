@@ -15,6 +15,7 @@
 
 #include "hpk/vmk.h"
 #include "support/vmk_test_util.hpp"
+#include "vmk/core/exp/exp_tables.hpp"
 #include "vmk/core/pow/pow_tables.hpp"
 
 namespace {
@@ -61,7 +62,8 @@ double model_pow(double x, double y) {
   const double r = (zh - kd) + zl;
   const int64_t k = int64_t(bits(t) - bits(shifter));
   const int j = int(k & 127);
-  const double T = tab::exp2_tbl[2 * j], Tl = tab::exp2_tbl[2 * j + 1];
+  const double T = hpk::vmk::exp_tables::s_dwExp2_128[2 * j];
+  const double Tl = hpk::vmk::exp_tables::s_dwExp2_128[2 * j + 1];
   const double cev1 = 0.6931471805599453, cev2 = tab::cev2, cev3 = 0.055504108664821576,
                cev4 = 0.009618129107628477, cev5 = 0.0013333558146428443;
   const double r2 = r * r;

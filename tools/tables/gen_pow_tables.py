@@ -19,7 +19,6 @@ to double exactly through Fractions (float() of a Fraction rounds correctly).
   clv1..clv7   log2(1 - R) = R * LHN + R * clv1 + R^2 clv2 + ... + R^7 clv7 + O(R^8):
                clv1 = -1/ln 2 - LHN (the part of the linear term that LHN leaves out),
                clvk = -1/(k ln 2); the truncation is below 2^-80 relative on |R| <= 2^-11.
-  exp2_tbl     128 rows: 2^(j/128) as hi (correctly rounded) and lo (the rounded remainder).
   cev1..cev5   2^r = 1 + r cev1 + ... + r^5 cev5: the Taylor coefficients (ln 2)^k / k!, the
                truncation below 2^-60 relative on |r| <= 2^-8. cev1, cev3, cev4, cev5 are the
                kernel's fixed decimal values, each within 4 ulp of its Taylor coefficient
@@ -102,11 +101,6 @@ def main():
 
     clv = [float(-inv_ln2 - lhn)] + [float(-inv_ln2 / k) for k in range(2, 8)]
 
-    exp2 = []
-    for j in range(128):
-        v = frac(mpmath.power(2, mpmath.mpf(j) / 128))
-        hi = float(v)
-        exp2 += [hi, float(v - Fraction(hi))]
     ln2 = frac(mpmath.log(2))
     cev = [float(ln2 ** k / frac(mpmath.factorial(k))) for k in range(1, 6)]
     fixed = {0: 0.6931471805599453, 2: 0.055504108664821576, 3: 0.009618129107628477,
@@ -127,8 +121,7 @@ def main():
     out += rows("rcp_t1", rcp, 4, "-LHN, then 1/c for c = 1 + i/1024 (24 bits), i = 0..1024")
     out.append("")
     out += rows("log2_t1", logs, 2, "-log2(rcp) (rows 512..: minus 1) as hi on 2^-42 and lo")
-    out.append("")
-    out += rows("exp2_tbl", exp2, 2, "2^(j/128): hi, lo")
+    # 2^(j/128) is the exponential's table (exp_tables::s_dwExp2_128); it is not repeated here.
     out += ["", "}  // namespace hpk::vmk::pow_tables", ""]
     path = os.path.join(root, "pow", "pow_tables.hpp")
     with open(path, "w") as f:

@@ -53,6 +53,7 @@
 
 #include <cstdint>
 
+#include "vmk/core/exp/exp_tables.hpp"
 #include "vmk/core/pow/pow_tables.hpp"
 #include "vmk/simd/vec.hpp"
 
@@ -152,8 +153,10 @@ struct Exp2Parts {
   vd v() const { return T + rest; }
 };
 
+// 2^(j/128) in two parts (hi, lo by row): the exponential family's table.
+inline constexpr const double *exp2_tbl = exp_tables::s_dwExp2_128;
+
 [[gnu::always_inline]] inline Exp2Parts exp2_parts(vd zh, vd zl) {
-  using pow_tables::exp2_tbl;
   const PowConstants &c = constants();
   const vd t = zh + c.shifter;
   const vd kd = t - c.shifter;
