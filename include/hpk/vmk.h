@@ -144,6 +144,16 @@ HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Sin, float)
 HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Cos, float)
 HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Tan, float)
 HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_TWO, s, SinCos, float)
+/* CIS: element i of the real array a to the complex y[i] (cos + i sin), for every input; an
+ * infinity stores NaN parts and raises status 1 through the complex dispatcher under `name`
+ * (the level forms: "zCIS_HA", "cCIS_LA", ...). */
+HPK_API void hpk_vmk_kernel_zCIS_SC(int32_t i, const double *a, hpk_complex16 *y, const char *name);
+#define HPK_VMK_CIS_SC(t, T, C, lvl) \
+  HPK_API void hpk_vmk_kernel_##t##CIS_SC_##lvl(int32_t i, const T *a, C *y);
+#define HPK_VMK_CIS_SC_LEVELS(t, T, C) \
+  HPK_VMK_CIS_SC(t, T, C, HA) HPK_VMK_CIS_SC(t, T, C, LA) HPK_VMK_CIS_SC(t, T, C, A11)
+HPK_VMK_CIS_SC_LEVELS(z, double, hpk_complex16)
+HPK_VMK_CIS_SC_LEVELS(c, float, hpk_complex8)
 
 /* x = q pi/2 + r[0] + r[1] with |r[0] + r[1]| about pi/4 at most, for any finite x (an
  * infinity or NaN gives NaN and q = 0). Returns q, whose value mod 4 is the quadrant. */
