@@ -185,8 +185,8 @@ struct STGammaKernel {
     };
     const vd olo = off(lo), ohi = off(hi);
     rare = simd::movemask(olo) | (simd::movemask(ohi) << 2);
-    const vd rlo = tgamma_core::main(simd::select(olo, two, lo));
-    const vd rhi = tgamma_core::main(simd::select(ohi, two, hi));
+    const vd rlo = tgamma_core::main_single(simd::select(olo, two, lo));
+    const vd rhi = tgamma_core::main_single(simd::select(ohi, two, hi));
     return (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)rlo), _mm_cvtpd_ps((__m128d)rhi));
   }
   static int cout_rare(const T *in, T *out) { return vstgamma_cout_rare(in, out); }
