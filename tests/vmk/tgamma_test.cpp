@@ -128,7 +128,7 @@ TEST(TGamma, SingleStatuses) {
 }
 
 // Gamma(n + 1) = n!: exact in double up to 22! (and in single up to 13!), on the shifted
-// route (n < 10), on Stirling's route and through the rare path above 171.
+// route (n < 10) and on Stirling's route, where the result is an exp of a double-double.
 TEST(TGamma, FactorialsExact) {
   std::vector<double> a, expect;
   double f = 1.0;
