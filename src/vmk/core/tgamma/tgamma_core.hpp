@@ -67,30 +67,40 @@ inline constexpr double kRoundShift = 0x1.8p52;
   return pow_core::exp2_parts(b.hi, lo);
 }
 
+// The number of shift steps per lane, n = ceil(edge - x) for x < edge (0 above), and the
+// largest of the lanes. n is decided before the product so that the product's chain is the
+// loop's only carried dependency. Where edge - x rounds, t = x + n may fall below the edge
+// by an ulp, which the series tolerates.
+[[gnu::always_inline]] inline int shift_steps(vd x, vd edge, vd &n) {
+  const vd d = simd::vmax(edge - x, vd{});
+  const vd r = (d + simd::splat(kRoundShift)) - simd::splat(kRoundShift);
+  n = r + simd::and_bits((vd)(r < d), simd::splat(1.0));
+  return int(simd::vmax(n, (vd)_mm_unpackhi_pd((__m128d)n, (__m128d)n))[0]);
+}
+
 // The main route for lanes that lie on it (the caller puts a harmless value in the others).
 [[gnu::always_inline]] inline vd main(vd x) {
-  const vd one = simd::splat(1.0), edge = simd::splat(kShiftEdge);
-  vd sh = x, sl = vd{};
-  vd m = (vd)(x < edge);
-  if (__builtin_expect(simd::movemask(m) == 0, 1)) {
-    const pow_core::Exp2Parts e = stirling(x, sl);
+  const vd one = simd::splat(1.0);
+  vd n;
+  const int steps = shift_steps(x, simd::splat(kShiftEdge), n);
+  if (__builtin_expect(steps == 0, 1)) {
+    const pow_core::Exp2Parts e = stirling(x, vd{});
     return (vd)((vul)e.v() + ((e.t_bits >> 7) << 52));
   }
-  vd Ph = one, Pl = vd{}, k = vd{};
-  do {
-    const vd fh = simd::select(m, sh, one), fl = simd::and_bits(m, sl);
+  vd Ph = one, Pl = vd{};
+  for (int j = 0; j < steps; ++j) {
+    const vd k = simd::splat(double(j));
+    const vd m = (vd)(k < n);
+    const simd::vdd f = simd::two_sum(x, k);
+    const vd fh = simd::select(m, f.hi, one), fl = simd::and_bits(m, f.lo);
     const simd::vdd hs = simd::split(Ph), fs = simd::split(fh);
     const vd p = Ph * fh;
     const vd e = ((hs.hi * fs.hi - p) + hs.hi * fs.lo + hs.lo * fs.hi) + hs.lo * fs.lo;
     Pl = e + (Ph * fl + Pl * fh);
     Ph = p;
-    k = k + simd::and_bits(m, one);
-    const simd::vdd s = simd::two_sum(x, k);
-    sh = s.hi;
-    sl = s.lo;
-    m = (vd)(sh < edge);
-  } while (simd::movemask(m) != 0);
-  const pow_core::Exp2Parts e = stirling(sh, sl);
+  }
+  const simd::vdd t = simd::two_sum(x, n);
+  const pow_core::Exp2Parts e = stirling(t.hi, t.lo);
   const vd q = e.T / Ph;
   const simd::vdd qp = simd::split(q), ps = simd::split(Ph);
   const vd pp = q * Ph;
@@ -103,15 +113,15 @@ inline constexpr double kRoundShift = 0x1.8p52;
 // shift stops at t >= 5, where the nine terms of the series leave below 2^-43, and P is a
 // plain double (at most 15 roundings, 2^-49 relative).
 [[gnu::always_inline]] inline vd main_single(vd x) {
-  const vd one = simd::splat(1.0), edge = simd::splat(kShiftEdgeSingle);
-  vd t = x, P = one;
-  vd m = (vd)(x < edge);
-  while (simd::movemask(m) != 0) {
-    P = P * simd::select(m, t, one);
-    t = t + simd::and_bits(m, one);
-    m = (vd)(t < edge);
+  const vd one = simd::splat(1.0);
+  vd n;
+  const int steps = shift_steps(x, simd::splat(kShiftEdgeSingle), n);
+  vd P = one;
+  for (int j = 0; j < steps; ++j) {
+    const vd k = simd::splat(double(j));
+    P = P * simd::select((vd)(k < n), x + k, one);
   }
-  const pow_core::Exp2Parts e = stirling(t, vd{});
+  const pow_core::Exp2Parts e = stirling(x + n, vd{});
   return (vd)((vul)(e.v() / P) + ((e.t_bits >> 7) << 52));
 }
 
