@@ -3,8 +3,8 @@
 // Main route, for -10 < x <= 171, |x| >= 2^-1000, x not a negative integer:
 //   1. Shift up. With k the least integer making t = x + k >= 10 (k = 0 for x >= 10),
 //        Gamma(x) = Gamma(x + k) / P,   P = x (x + 1) ... (x + k - 1).
-//      Each factor x + j is formed exactly as a two_sum (sh, sl) (it is exact in one double
-//      unless |x| < 1), and P is carried as a double-double (Ph, Pl): every step is a two_prod
+//      Each factor x + j is formed exactly as a two_sum (sh, sl) (it may need more bits than
+//      x: -2 + 2^-52 plus 4 does not fit in one double), and P is carried as a double-double (Ph, Pl): every step is a two_prod
 //      of Ph with sh plus the small cross terms, so P keeps about 2^-100 relative per step and
 //      the factor nearest a pole is exact, which keeps relative accuracy between the poles.
 //   2. Stirling's series in log2 units for the rounded t = sh (>= 10):
@@ -14,7 +14,7 @@
 //      (t times the high part exact). The series S (nine terms, truncation below 2^-60.7,
 //      see gen_tgamma_tables.py) is at most 0.012 and is added to the high part through a
 //      two_sum, as is log2(2 pi)/2, so the low part stays below 2^-14 for the exponential.
-//      The part sl that the rounding of t dropped (only for |x| < 1, |sl| <= 2^-50) enters as
+//      The part sl that the rounding of t = x + k dropped (|sl| <= 2^-50) enters as
 //      sl psi(t) log2 e ~ sl (log2 t - log2 e / (2t)), whose own error is below 2^-60.
 //   3. 2^(hi + lo) = (T + rest) 2^m from the power family's exponential (T from the 2^(j/128)
 //      table, |rest| <= 2^-7 T), and the quotient by P in one correction step:
