@@ -120,6 +120,18 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *                 NaN + i NaN, as the real sine and cosine of an infinity).
  * NaN parts report nothing; Sqrt reports nothing (no finite element overflows). */
 
+/* ---- gamma function: statuses ---------------------------------------------------------- */
+
+/* TGamma ("vdTGamma", "vsTGamma"), element by element:
+ *   2 singularity  +-0 gives +-infinity;
+ *   1 domain       a negative integer or -infinity gives NaN;
+ *   3 overflow     a finite element whose result is infinite: x above 171.62437695630272
+ *                  (single: above 35.040096), and 0 < |x| so small that 1/x overflows;
+ *   4 underflow    a negative non-integer whose result lies below the least normal number of
+ *                  the type (a denormal or a signed zero), as the exponential reports it: from
+ *                  about -170.6 down (single: from about -34.3 down), between the poles.
+ * NaN gives the quieted NaN and +infinity gives +infinity, with no status. */
+
 /* ---- trigonometric scalar routes and reductions ---------------------------------------- */
 
 /* Scalar reduced-path routines of the trigonometric kernels: element i of a goes to y[i] (and
