@@ -50,6 +50,8 @@
   X(d, Atanh, ONE, HAynn, HAynn, HAynn, 32.0f, 32.0f, 32.0f)                          \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
+  X(s, CdfNormInv, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                     \
+  X(d, CdfNormInv, ONE, HAynn, HAynn, HAynn, 2285.24f, 2285.24f, 2285.24f)            \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
   X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
@@ -68,6 +70,8 @@
   X(d, Erf, ONE, HAynn, HAynn, HAynn, 35.7f, 35.7f, 35.7f)                           \
   X(s, Erfc, ONE, HAynn, HAynn, HAynn, 44.5f, 44.5f, 44.5f)                          \
   X(d, Erfc, ONE, HAynn, HAynn, HAynn, 42.0f, 42.0f, 42.0f)                          \
+  X(s, ErfcInv, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                        \
+  X(d, ErfcInv, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                        \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(c, Exp, ONE, LAynn, HAynn, LAynn, 35.70f, 99.26f, 35.70f)                         \
