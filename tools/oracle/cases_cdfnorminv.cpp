@@ -1,8 +1,9 @@
 // CdfNormInv and ErfcInv. MPFR has no inverse, so the reference inverts mpfr_erfc by Newton:
-// erfcinv(y) for 0 < y <= 1 starts right of the root at sqrt(-ln y) (erfc x <= e^(-x^2)); erfc
-// is decreasing and convex there, so after the first step the iterates rise monotonically to
-// the root. They run at 96 bits until the step is below 2^-80 of x, then three more steps at 320
-// bits (quadratic: far below the 256 bits of the comparison).
+// erfcinv(y) for 0 < y <= 1 starts from the 16-digit AS 241 value (or, where that is not a
+// positive number, at sqrt(-ln y), right of the root since erfc x <= e^(-x^2); erfc is
+// decreasing and convex there, so the iterates then rise monotonically to the root). They run
+// at 128 bits until the step is below 2^-110 of x, then one more step at 256 bits (quadratic:
+// about 2^-220, far below what an ulp error needs).
 //   CdfNormInv(p) = -sqrt2 erfcinv(2p) for p <= 1/2, sqrt2 erfcinv(2 - 2p) above (exact in MPFR)
 //   ErfcInv(y)    = erfcinv(y) for y <= 1, -erfcinv(2 - y) above.
 // Ranges: the lower tails by binade down to the least denormal, the centre pieces, the upper
@@ -20,11 +21,13 @@ namespace {
 void erfcinv_mpfr(mpfr_ptr x, mpfr_srcptr y) {
   const mpfr_prec_t out_prec = mpfr_get_prec(x);
   mpfr_t t, f, d, xx;
-  mpfr_inits2(320, t, f, d, xx, (mpfr_ptr)0);
+  mpfr_inits2(256, t, f, d, xx, (mpfr_ptr)0);
   mpfr_log(t, y, MPFR_RNDN);
   mpfr_neg(t, t, MPFR_RNDN);
-  mpfr_sqrt(xx, t, MPFR_RNDN);
-  if (mpfr_zero_p(xx)) {  // y = 1
+  const double start = as241_erfcinv(mpfr_get_d(y, MPFR_RNDN));
+  if (start > 0 && start < 40) mpfr_set_d(xx, start, MPFR_RNDN);
+  else mpfr_sqrt(xx, t, MPFR_RNDN);
+  if (mpfr_cmp_ui(y, 1) == 0) {  // y = 1
     mpfr_set_zero(x, 1);
     mpfr_clears(t, f, d, xx, (mpfr_ptr)0);
     return;
@@ -48,9 +51,9 @@ void erfcinv_mpfr(mpfr_ptr x, mpfr_srcptr y) {
     // relative size of the step, as a binary exponent
     return mpfr_zero_p(f) ? -100000L : long(mpfr_get_exp(f)) - long(mpfr_get_exp(xx));
   };
-  for (int k = 0; k < 200 && step(96) > -80; ++k) {
+  for (int k = 0; k < 200 && step(128) > -110; ++k) {
   }
-  for (int k = 0; k < 3; ++k) step(320);
+  step(256);
   mpfr_set_prec(x, out_prec);
   mpfr_set(x, xx, MPFR_RNDN);
   mpfr_clears(t, f, d, xx, (mpfr_ptr)0);
@@ -125,12 +128,12 @@ std::vector<double> to_single(const std::vector<double> &v) {
 
 void add_cdfnorminv_cases(std::vector<Case> &out) {
   const std::vector<double> cd = with_neighbours(
-      {0.0, 1.0, 0.5, 0.375, 0.625, 0.25, 0.75, kTrueMinD, kMinD, 0x1p-1073, 0x1p-54, 0.1, 0.9,
+      {0.0, 1.0, 0.5, 0.46875, 0.53125, 0x1p-7, 0.25, 0.75, kTrueMinD, kMinD, 0x1p-1073, 0x1p-54, 0.1, 0.9,
        0x1.fffffffffffffp-1, 1e-300, 1e-10});
   std::vector<double> cdx = cd;
   for (double v : {-0.0, -1.0, 2.0, kInf, -kInf, std::nan("")}) cdx.push_back(v);
   const Range lower_d{kTrueMinD, 0.5, false}, lower_s{kTrueMinF, 0.5, false};
-  const Range centre{0.375, 0.625, false}, upper{0.5, 1.0, false};
+  const Range centre{0.46875, 0.53125, false}, upper{0.5, 1.0, false};
   const Range near_one{0x1.ffffp-1, 0x1.fffffffffffffp-1, false};
   const Range near_one_s{0x1.ffffp-1, 0x1.fffffep-1, false};
   add_pair(out, "CdfNormInv", 1, kernel_address(_vmksCdfNormInv_HA),
@@ -142,11 +145,11 @@ void add_cdfnorminv_cases(std::vector<Case> &out) {
   set_timing(out, 0.01, 0.99);
 
   std::vector<double> ed = with_neighbours(
-      {0.0, 2.0, 1.0, 0.75, 1.25, 0.5, 1.5, kTrueMinD, kMinD, 0x1p-1073, 0x1p-53, 0.2, 1.8,
+      {0.0, 2.0, 1.0, 0.9375, 1.0625, 0x1p-6, 2 - 0x1p-6, 0.5, 1.5, kTrueMinD, kMinD, 0x1p-1073, 0x1p-53, 0.2, 1.8,
        0x1.fffffffffffffp+0, 1e-300, 1e-10});
   for (double v : {-0.0, -1.0, 3.0, kInf, -kInf, std::nan("")}) ed.push_back(v);
   const Range elower_d{kTrueMinD, 1.0, false}, elower_s{kTrueMinF, 1.0, false};
-  const Range ecentre{0.75, 1.25, false}, eupper{1.0, 2.0, false};
+  const Range ecentre{0.9375, 1.0625, false}, eupper{1.0, 2.0, false};
   const Range near_two{0x1.ffffp+0, 0x1.fffffffffffffp+0, false};
   const Range near_two_s{0x1.ffffp+0, 0x1.fffffep+0, false};
   add_pair(out, "ErfcInv", 1, kernel_address(_vmksErfcInv_HA), kernel_address(_vmkdErfcInv_HA),

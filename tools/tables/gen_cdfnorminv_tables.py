@@ -7,29 +7,40 @@ centre_hi[k], centre_lo[k]  (k = 0..15)
         a_k = d_k / (2k + 1) (sqrt(pi)/2)^(2k+1),
         d_0 = 1,  d_k = sum_{m<k} d_m d_(k-1-m) / ((m + 1)(2m + 1))   (exact rationals).
     So a_0 = sqrt(pi)/2 = 0.886226925452758..., a_1 = (sqrt(pi)/2)^3 / 3 = 0.2320136665346545...
-    Sixteen terms reach 2^-64 relative for |z| <= 1/4 (the script prints the bound).
+    The kernels use nine terms, below 2^-64 relative for |z| <= 1/16 (the script prints the
+    bound); the table keeps sixteen.
 sqrt2[2]
     sqrt(2) as high and low parts.
-rows[48][16]
-    F(w) = erfcinv(exp(-w^2)) on w in [0.5, 32), one row per eighth of a binade: row k serves
-    the w whose top word, masked by 0x7FFE0000, is 0x3FE00000 + k * 0x20000.  With c the
-    row's centre and r = w - c:
+mid[94][12]
+    erfcinv(y) on y in [1/64, 15/16), one row per sixteenth of a binade: row k serves the y whose top
+    word, masked by 0x7FFF0000, is 0x3F900000 + k * 0x10000.  With c the row's centre and
+    r = y - c (exact: y and c share a binade):
+        entry 0, 1   erfcinv(c) as low + high parts
+        entry 2..10  b1..b9,  erfcinv(c + r) = erfcinv(c) + r (b1 + b2 r + ... + b9 r^8)
+        entry 11     -c
+rows[32][16]
+    F(w) = erfcinv(exp(-w^2)) on w in [2, 32) (y below 1/64), one row per eighth of a binade:
+    row k serves the w whose top word, masked by 0x7FFE0000, is 0x40000000 + k * 0x20000.
+    With c the row's centre and r = w - c:
         entry 0, 1   F(c) as low + high parts
         entry 2..11  b1..b10,  F(c + r) = F(c) + r (b1 + b2 r + ... + b10 r^9)
         entry 12     -c;  13..15 zero.
-    b1..b10 are the least-squares fit relative to F over 40 Chebyshev points of the row (close
-    to minimax), in 60-digit arithmetic; the script prints the largest relative error of each
-    rounded row over 300 points.
+Both kinds of rows are least-squares fits relative to the function over 3-4 times their degree
+in Chebyshev points of the row (close to minimax), in 80-digit arithmetic; the script prints
+the largest relative error of each rounded row over 300 points.
 Run: python3 tools/tables/gen_cdfnorminv_tables.py > src/vmk/core/cdfnorminv/cdfnorminv_tables.hpp
 """
 import sys
 from fractions import Fraction
 import mpmath as mp
 
-mp.mp.dps = 60
+mp.mp.dps = 80
 DEG = 10
+MID_DEG = 9
 TERMS = 16
-ROWS = 48
+USED_TERMS = 9
+ROWS = 32
+MID_ROWS = 94
 
 
 def series():
@@ -54,6 +65,29 @@ def F(w):
     return x
 
 
+def fit(f, lo, hi, deg):
+    """Row of f on [lo, hi): (f(c), [b1..b_deg], c, worst relative error as rounded)."""
+    c = (lo + hi) / 2
+    fc = f(c)
+    h = (hi - lo) / 2
+    n = 4 * deg
+    pts = [h * mp.cos(mp.pi * (2 * i + 1) / (2 * n)) for i in range(n)]
+    vals = [f(c + p) for p in pts]
+    A = mp.matrix([[(p / h) ** (j + 1) / v for j in range(deg)] for p, v in zip(pts, vals)])
+    y = mp.matrix([(v - fc) / v for v in vals])
+    coef = [float(v / h ** (j + 1)) for j, v in enumerate(mp.qr_solve(A, y)[0])]
+    fh, fl = split(fc)
+    err = 0
+    for i in range(300):  # the row's upper end belongs to the next row
+        x = lo + (hi - lo) * i / 300
+        r = x - c
+        p = mp.mpf(0)
+        for v in reversed(coef):
+            p = p * r + v
+        err = max(err, abs((mp.mpf(fh) + fl + r * p) / f(x) - 1))
+    return fh, fl, coef, c, err
+
+
 def split(v):
     h = float(v)
     return h, float(v - h)
@@ -66,37 +100,31 @@ def hexf(v):
 def main():
     a = series()
     # truncation after TERMS terms at |z| = 1/4, relative to the leading term
-    trunc = sum(a[k] * mp.mpf(0.25) ** (2 * k) for k in range(TERMS, TERMS + 1)) / a[0]
-    print(f"centre: first omitted term at |z| = 1/4: 2^{float(mp.log(trunc, 2)):.1f}", file=sys.stderr)
+    trunc = a[USED_TERMS] * mp.mpf(1 / 16) ** (2 * USED_TERMS) / a[0]
+    print(f"centre: first omitted term at |z| = 1/16: 2^{float(mp.log(trunc, 2)):.1f}", file=sys.stderr)
     chi, clo = zip(*[split(v) for v in a[:TERMS]])
     s2 = split(mp.sqrt(2))
 
-    rows = []
+    mid = []
     worst = 0
+    for k in range(MID_ROWS):
+        top = 0x3F900000 + k * 0x10000
+        e = (top >> 20) - 1023
+        m = (top >> 16) & 15
+        lo = mp.ldexp(1 + mp.mpf(m) / 16, e)
+        hi = lo + mp.ldexp(mp.mpf(1) / 16, e)
+        fh, fl, coef, c, err = fit(lambda y: mp.erfinv(1 - y), lo, hi, MID_DEG)
+        worst = max(worst, err)
+        print(f"mid {k}: [{float(lo)}, {float(hi)}) rel err 2^{float(mp.log(err, 2)):.1f}", file=sys.stderr)
+        mid.append([fl, fh] + coef + [float(-c)])
+    rows = []
     for k in range(ROWS):
-        top = 0x3FE00000 + k * 0x20000
+        top = 0x40000000 + k * 0x20000
         e = (top >> 20) - 1023
         m = (top >> 17) & 7
         lo = mp.ldexp(1 + mp.mpf(m) / 8, e)
         hi = lo + mp.ldexp(mp.mpf(1) / 8, e)
-        c = (lo + hi) / 2
-        fc = F(c)
-        ra, rb = lo - c, hi - c
-        n = 4 * DEG
-        pts = [(ra + rb) / 2 + (rb - ra) / 2 * mp.cos(mp.pi * (2 * i + 1) / (2 * n)) for i in range(n)]
-        vals = [F(c + p) for p in pts]
-        A = mp.matrix([[p ** (j + 1) / v for j in range(DEG)] for p, v in zip(pts, vals)])
-        y = mp.matrix([(v - fc) / v for v in vals])
-        coef = [float(v) for v in mp.qr_solve(A, y)[0]]
-        fh, fl = split(fc)
-        err = 0
-        for i in range(301):
-            w = lo + (hi - lo) * i / 300
-            r = w - c
-            p = mp.mpf(0)
-            for v in reversed(coef):
-                p = p * r + v
-            err = max(err, abs((mp.mpf(fh) + fl + r * p) / F(w) - 1))
+        fh, fl, coef, c, err = fit(F, lo, hi, DEG)
         worst = max(worst, err)
         print(f"row {k}: [{float(lo)}, {float(hi)}) rel err 2^{float(mp.log(err, 2)):.1f}", file=sys.stderr)
         rows.append([fl, fh] + coef + [float(-c), 0.0, 0.0, 0.0])
@@ -112,13 +140,17 @@ def main():
            f"  double centre_hi[{TERMS}];  // erfinv(z) = sum a_k z^(2k+1): high parts",
            f"  double centre_lo[{TERMS}];  // and low parts",
            "  double sqrt2[2];  // high, low",
-           f"  double rows[{ROWS}][16];  // F(w) = erfcinv(exp(-w^2)) by eighths of a binade of w",
+           f"  double mid[{MID_ROWS}][12];  // erfcinv(y), 1/64 <= y < 15/16, by sixteenths of a binade",
+           f"  double rows[{ROWS}][16];  // F(w) = erfcinv(exp(-w^2)), w >= 2, by eighths of a binade",
            "};", "",
            "alignas(64) inline constexpr CdfNormInvTable _vmkdCdfNormInvHATab = {",
            f"    {{{line(chi)}}},",
            f"    {{{line(clo)}}},",
            f"    {{{line(s2)}}},",
            "    {"]
+    for k, r in enumerate(mid):
+        out.append(f"        /* {k:2d} */ {{{line(r)}}},")
+    out += ["    },", "    {"]
     for k, r in enumerate(rows):
         out.append(f"        /* {k:2d} */ {{{line(r)}}},")
     out += ["    }};", "", "}  // namespace hpk::vmk::cdfnorminv_tables", ""]

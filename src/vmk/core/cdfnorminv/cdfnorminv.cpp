@@ -1,31 +1,34 @@
 // CdfNormInv and ErfcInv, d and s (the single kernels widen to double lanes and round once).
 // One core serves both, through
-//   CdfNormInv(p) = sqrt2 erfinv(2p - 1)            centre, |p - 1/2| <= 1/8 (2p - 1 exact)
-//                 = -sqrt2 erfcinv(2p)              p < 3/8 (2p exact, also for denormals)
-//                 = sqrt2 erfcinv(2(1 - p))          p > 5/8 (1 - p exact for p >= 1/2)
-//   ErfcInv(y)    = erfinv(1 - y)                   |1 - y| <= 1/4 (1 - y exact)
-//                 = erfcinv(y)                      y < 3/4
-//                 = -erfcinv(2 - y)                  y > 5/4 (2 - y exact for y >= 1)
-// so every tail argument is exact and the tails keep relative accuracy down to the least
+//   CdfNormInv(p) = sqrt2 erfinv(2p - 1)            centre, |p - 1/2| <= 1/32 (2p - 1 exact)
+//                 = -sqrt2 erfcinv(2p)              p < 1/2 (2p exact, also for denormals)
+//                 = sqrt2 erfcinv(2(1 - p))          p > 1/2 (1 - p exact for p >= 1/2)
+//   ErfcInv(y)    = erfinv(1 - y)                   |1 - y| <= 1/16 (1 - y exact)
+//                 = erfcinv(y)                      y < 1
+//                 = -erfcinv(2 - y)                  y > 1 (2 - y exact for y >= 1)
+// so every argument of erfcinv is exact and the tails keep relative accuracy down to the least
 // denormal (CdfNormInv(2^-1074) = -38.4674...), and the centre keeps it next to p = 1/2, where
 // CdfNormInv(1/2 + d) ~ sqrt(2 pi) d.
 //
-// Both pieces return the value as hi + lo, well below an ulp apart from the final rounding:
-//   centre  erfinv(z) = z (a0 + u (a1 + a2 u + ... + a15 u^14)), u = z^2, |z| <= 1/4: the
-//           Maclaurin series, truncated below 2^-69 relative; z a0 is exact as TwoProd with a0
-//           in two parts, and the rest is at most 0.017 of it, so its roundings stay below
-//           2^-58 relative.
-//   tail    erfcinv(y) = F(w), w = sqrt(-ln y) in [0.536, 27.3], F by interval rows in w, one per
-//           eighth of a binade (the table's generator holds the fit, below 2^-57 relative as
-//           rounded). -ln y comes as hi + lo (the logarithm's reduction and table, kept in two
-//           parts, within 2^-60 relative), w = wh + wl with wl from the exact residual
-//           L - wh^2, and r = w - c is exact in its high part, so
-//           F = (F(c)hi + (F(c)lo + b1 wl + r (b1 + r P(r)))), the sum at most 1/8 of F(c).
+// Three pieces, each giving the value as hi + lo, well below an ulp apart from the final
+// rounding (the table's generator prints the fit errors):
+//   centre  erfinv(z) = z (a0 + u (a1 + a2 u + ... + a8 u^7)), u = z^2, |z| <= 1/16: the
+//           Maclaurin series, truncated below 2^-64 relative; z a0 is exact as TwoProd with a0
+//           in two parts, and the rest is at most 0.001 of it.
+//   mid     erfcinv(y), 1/64 <= y < 15/16, by rows of sixteenths of a binade of y: with r = y - c
+//           exact, erfcinv(c)hi + (erfcinv(c)lo + r (b1 + r P(r))), below 2^-56.6 relative as
+//           rounded, the sum at most 1/4 of the value.
+//   tail    erfcinv(y) = F(w), y < 1/64, w = sqrt(-ln y) in [2.04, 27.3], by rows of eighths of
+//           a binade of w (fit below 2^-57 relative as rounded). -ln y comes as hi + lo (the
+//           logarithm's reduction and table, kept in two parts, within 2^-60 relative),
+//           w = wh + wl with wl from the exact residual L - wh^2, and r = w - c is exact in its
+//           high part, so F = F(c)hi + (F(c)lo + b1 wl + r (b1 + r P(r))), the sum at most 1/8
+//           of F(c).
 // CdfNormInv multiplies hi + lo by sqrt2 in two parts with one rounding at the end. The error
-// is that rounding plus below 0.07 ulp.
+// is that rounding plus below 0.1 ulp.
 //
 // Rare elements (outside the open domain, or NaN) go to the scalar routines below; pairs whose
-// lanes all lie inside run packed, computing the centre and the tail only where a lane needs it.
+// lanes all lie inside run packed, each piece computed only where a lane needs it.
 #include <emmintrin.h>
 
 #include <cstdint>
@@ -54,25 +57,40 @@ inline vdd two_prod(vd x, vd y) {
   return {p, ((xs.hi * ys.hi - p) + xs.hi * ys.lo + xs.lo * ys.hi) + xs.lo * ys.lo};
 }
 
-// erfinv(z) as hi + lo (not normalised: |lo| below 2^-50 |hi|), |z| <= 1/4.
+// erfinv(z) as hi + lo (not normalised: |lo| below 2^-50 |hi|), |z| <= 1/16.
 [[gnu::always_inline]] inline vdd centre(vd z) {
   const double *a = _vmkdCdfNormInvHATab.centre_hi;
   const vd u = z * z, u2 = u * u;
-  // a1 + a2 u + ... + a15 u^14 as an even and an odd chain in u^2
-  vd e = c2(a[15]), o = c2(a[14]);
-#pragma GCC unroll 7
-  for (int k = 13; k >= 1; k -= 2) {
-    e = e * u2 + c2(a[k]);
-    if (k > 1) o = o * u2 + c2(a[k - 1]);
-  }
+  // a1 + a2 u + ... + a8 u^7 as an odd and an even chain in u^2
+  const vd e = ((c2(a[7]) * u2 + c2(a[5])) * u2 + c2(a[3])) * u2 + c2(a[1]);
+  const vd o = ((c2(a[8]) * u2 + c2(a[6])) * u2 + c2(a[4])) * u2 + c2(a[2]);
   const vd s = u * (e + u * o);
   const vdd p = two_prod(z, c2(a[0]));
   return {p.hi, p.lo + z * (c2(_vmkdCdfNormInvHATab.centre_lo[0]) + s)};
 }
 
-// -ln y as hi + lo for 0 < y < 3/4, normal or denormal. The logarithm's reduction (see
-// ln_core.hpp) with its sum left in two parts: N ln2hi + T_hi is exact and at least 0.28 in
-// magnitude (N <= -1, or N = 0 with a row of log(c/2)), so hi0 = A + Rhi has an exact error.
+inline int mid_row(double y) {
+  const uint32_t t = uint32_t(simd::bits(y) >> 32) & 0x7FFF0000;
+  return int((t - 0x3F900000) >> 16);
+}
+
+// erfcinv(y) as hi + lo (not normalised), 1/64 <= y < 15/16.
+[[gnu::always_inline]] inline vdd mid(vd y) {
+  const double *P0 = _vmkdCdfNormInvHATab.mid[mid_row(y[0])];
+  const double *P1 = _vmkdCdfNormInvHATab.mid[mid_row(y[1])];
+  auto entry = [&](int j) { return vd{P0[j], P1[j]}; };
+  const vd r = y + entry(11);  // exact
+  const vd r2 = r * r;
+  // b2 + b3 r + ... + b9 r^7 (entry j holds b(j-1))
+  const vd e = ((entry(9) * r2 + entry(7)) * r2 + entry(5)) * r2 + entry(3);
+  const vd o = ((entry(10) * r2 + entry(8)) * r2 + entry(6)) * r2 + entry(4);
+  const vd t = r * (entry(2) + r * (e + r * o)) + entry(0);
+  return {entry(1), t};
+}
+
+// -ln y as hi + lo for 0 < y < 1/64, normal or denormal. The logarithm's reduction (see
+// ln_core.hpp) with its sum left in two parts: N ln2hi + T_hi is exact and at least 4 in
+// magnitude (N <= -6), so hi0 = A + Rhi has an exact error.
 [[gnu::always_inline]] inline vdd neg_log(vd y) {
   using namespace ln_core;
   const vd tiny = (vd)(y < c2(0x1p-1022));
@@ -100,10 +118,10 @@ inline vdd two_prod(vd x, vd y) {
 
 inline int row_of(double w) {
   const uint32_t t = uint32_t(simd::bits(w) >> 32) & 0x7FFE0000;
-  return int((t - 0x3FE00000) >> 17);
+  return int((t - 0x40000000) >> 17);
 }
 
-// erfcinv(y) as hi + lo (normalised), 0 < y < 3/4.
+// erfcinv(y) as hi + lo (normalised), 0 < y < 1/64.
 [[gnu::always_inline]] inline vdd tail(vd y) {
   const vdd L = neg_log(y);
   const vd wh = simd::vsqrt(L.hi);
@@ -135,7 +153,7 @@ inline int row_of(double w) {
 struct CdfNormInvFn {
   static constexpr bool kScaled = true;
   static vd inside(vd p) { return simd::and_bits((vd)(p > c2(0.0)), (vd)(p < c2(1.0))); }
-  static vd is_centre(vd p) { return (vd)(simd::andnot_bits(c2(-0.0), p - c2(0.5)) <= c2(0.125)); }
+  static vd is_centre(vd p) { return (vd)(simd::andnot_bits(c2(-0.0), p - c2(0.5)) <= c2(0x1p-5)); }
   static vd centre_arg(vd p) { return (p - c2(0.5)) * c2(2.0); }
   static vd negative(vd p) { return (vd)(p < c2(0.5)); }
   static vd tail_arg(vd p) { return simd::select(negative(p), p, c2(1.0) - p) * c2(2.0); }
@@ -159,7 +177,7 @@ struct CdfNormInvFn {
 struct ErfcInvFn {
   static constexpr bool kScaled = false;
   static vd inside(vd y) { return simd::and_bits((vd)(y > c2(0.0)), (vd)(y < c2(2.0))); }
-  static vd is_centre(vd y) { return (vd)(simd::andnot_bits(c2(-0.0), c2(1.0) - y) <= c2(0.25)); }
+  static vd is_centre(vd y) { return (vd)(simd::andnot_bits(c2(-0.0), c2(1.0) - y) <= c2(0x1p-4)); }
   static vd centre_arg(vd y) { return c2(1.0) - y; }
   static vd negative(vd y) { return (vd)(y > c2(1.0)); }
   static vd tail_arg(vd y) { return simd::select(negative(y), c2(2.0) - y, y); }
@@ -189,7 +207,18 @@ template <class Fn>
   if (centre_lanes == 3) {
     v = centre(Fn::centre_arg(x));
   } else {
-    v = tail(simd::select(cm, c2(0.5), Fn::tail_arg(x)));
+    const vd y = Fn::tail_arg(x);  // in (0, 1]; centre lanes hold 15/16 or more
+    const vd tm = (vd)(y < c2(0x1p-6));
+    const int tail_lanes = simd::movemask(tm);
+    if (tail_lanes == 0) {
+      v = mid(simd::select(cm, c2(0.5), y));
+    } else {
+      v = tail(simd::select(tm, y, c2(0x1p-7)));
+      if (tail_lanes != 3) {
+        const vdd m = mid(simd::select(tm, c2(0.5), simd::select(cm, c2(0.5), y)));
+        v = {simd::select(tm, v.hi, m.hi), simd::select(tm, v.lo, m.lo)};
+      }
+    }
     if (centre_lanes != 0) {
       const vdd c = centre(simd::and_bits(cm, Fn::centre_arg(x)));
       v = {simd::select(cm, c.hi, v.hi), simd::select(cm, c.lo, v.lo)};
