@@ -91,7 +91,8 @@ TEST(ErfcInv, StatusesAndStoredValues) {
 }
 
 // The centre series a_k of erfinv against the recurrence d_0 = 1,
-// d_k = sum d_m d_(k-1-m) / ((m+1)(2m+1)), a_k = d_k / (2k+1) (sqrt(pi)/2)^(2k+1), in long double.
+// d_k = sum d_m d_(k-1-m) / ((m+1)(2m+1)), a_k = d_k / (2k+1) (sqrt(pi)/2)^(2k+1), in long double;
+// CdfNormInv's series of sqrt2 erfinv(2d) has k_j = sqrt2 2^(2j+1) a_j.
 TEST(CdfNormInv, CentreSeriesIsErfinvMaclaurin) {
   const auto &T = hpk::vmk::cdfnorminv_tables::_vmkdCdfNormInvHATab;
   std::vector<long double> d = {1.0L};
@@ -107,6 +108,10 @@ TEST(CdfNormInv, CentreSeriesIsErfinvMaclaurin) {
     const long double a = d[k] / (2 * k + 1) * pw;
     EXPECT_EQ(T.centre_hi[k], double(a)) << k;
     EXPECT_LE(std::fabs((long double)T.centre_hi[k] + T.centre_lo[k] - a), a * 0x1p-60L) << k;
+    if (k < 9) {
+      const long double kc = std::sqrt(2.0L) * std::ldexp(a, 2 * k + 1);
+      EXPECT_LE(std::fabs((long double)T.cdf_centre_hi[k] + T.cdf_centre_lo[k] - kc), kc * 0x1p-60L);
+    }
   }
   EXPECT_NEAR(T.centre_hi[1], 0.2320136665346545, 1e-16);
   EXPECT_EQ(T.sqrt2[0] + T.sqrt2[1], std::sqrt(2.0));

@@ -11,6 +11,9 @@ centre_hi[k], centre_lo[k]  (k = 0..15)
     bound); the table keeps sixteen.
 sqrt2[2]
     sqrt(2) as high and low parts.
+cdf_centre_hi[9], cdf_centre_lo[9]
+    The same series for CdfNormInv(1/2 + d) = sqrt2 erfinv(2d) = sum k_j d^(2j+1),
+    k_j = sqrt2 2^(2j+1) a_j (k_0 = sqrt(2 pi)), for |d| <= 1/32.
 mid[94][12]
     erfcinv(y) on y in [1/64, 15/16), one row per sixteenth of a binade: row k serves the y whose top
     word, masked by 0x7FFF0000, is 0x3F900000 + k * 0x10000.  With c the row's centre and
@@ -18,6 +21,9 @@ mid[94][12]
         entry 0, 1   erfcinv(c) as low + high parts
         entry 2..10  b1..b9,  erfcinv(c + r) = erfcinv(c) + r (b1 + b2 r + ... + b9 r^8)
         entry 11     -c
+cdf_mid[94][12]
+    The same rows for -CdfNormInv(q) = sqrt2 erfcinv(2q) on q in [1/128, 15/32): row k serves
+    the q whose top word, masked by 0x7FFF0000, is 0x3F800000 + k * 0x10000.
 rows[32][16]
     F(w) = erfcinv(exp(-w^2)) on w in [2, 32) (y below 1/64), one row per eighth of a binade:
     row k serves the w whose top word, masked by 0x7FFE0000, is 0x40000000 + k * 0x20000.
@@ -104,6 +110,8 @@ def main():
     print(f"centre: first omitted term at |z| = 1/16: 2^{float(mp.log(trunc, 2)):.1f}", file=sys.stderr)
     chi, clo = zip(*[split(v) for v in a[:TERMS]])
     s2 = split(mp.sqrt(2))
+    kc = [mp.sqrt(2) * mp.mpf(2) ** (2 * j + 1) * a[j] for j in range(USED_TERMS)]
+    khi, klo = zip(*[split(v) for v in kc])
 
     mid = []
     worst = 0
@@ -117,6 +125,17 @@ def main():
         worst = max(worst, err)
         print(f"mid {k}: [{float(lo)}, {float(hi)}) rel err 2^{float(mp.log(err, 2)):.1f}", file=sys.stderr)
         mid.append([fl, fh] + coef + [float(-c)])
+    cdf_mid = []
+    for k in range(MID_ROWS):
+        top = 0x3F800000 + k * 0x10000
+        e = (top >> 20) - 1023
+        m = (top >> 16) & 15
+        lo = mp.ldexp(1 + mp.mpf(m) / 16, e)
+        hi = lo + mp.ldexp(mp.mpf(1) / 16, e)
+        fh, fl, coef, c, err = fit(lambda q: mp.sqrt(2) * mp.erfinv(1 - 2 * q), lo, hi, MID_DEG)
+        worst = max(worst, err)
+        print(f"cdf_mid {k}: [{float(lo)}, {float(hi)}) rel err 2^{float(mp.log(err, 2)):.1f}", file=sys.stderr)
+        cdf_mid.append([fl, fh] + coef + [float(-c)])
     rows = []
     for k in range(ROWS):
         top = 0x40000000 + k * 0x20000
@@ -140,15 +159,23 @@ def main():
            f"  double centre_hi[{TERMS}];  // erfinv(z) = sum a_k z^(2k+1): high parts",
            f"  double centre_lo[{TERMS}];  // and low parts",
            "  double sqrt2[2];  // high, low",
+           f"  double cdf_centre_hi[{USED_TERMS}];  // CdfNormInv(1/2 + d) = sum k_j d^(2j+1): high parts",
+           f"  double cdf_centre_lo[{USED_TERMS}];  // and low parts",
            f"  double mid[{MID_ROWS}][12];  // erfcinv(y), 1/64 <= y < 15/16, by sixteenths of a binade",
+           f"  double cdf_mid[{MID_ROWS}][12];  // -CdfNormInv(q), 1/128 <= q < 15/32, the same way",
            f"  double rows[{ROWS}][16];  // F(w) = erfcinv(exp(-w^2)), w >= 2, by eighths of a binade",
            "};", "",
            "alignas(64) inline constexpr CdfNormInvTable _vmkdCdfNormInvHATab = {",
            f"    {{{line(chi)}}},",
            f"    {{{line(clo)}}},",
            f"    {{{line(s2)}}},",
+           f"    {{{line(khi)}}},",
+           f"    {{{line(klo)}}},",
            "    {"]
     for k, r in enumerate(mid):
+        out.append(f"        /* {k:2d} */ {{{line(r)}}},")
+    out += ["    },", "    {"]
+    for k, r in enumerate(cdf_mid):
         out.append(f"        /* {k:2d} */ {{{line(r)}}},")
     out += ["    },", "    {"]
     for k, r in enumerate(rows):

@@ -1,6 +1,6 @@
 // CdfNormInv and ErfcInv, d and s (the single kernels widen to double lanes and round once).
 // One core serves both, through
-//   CdfNormInv(p) = sqrt2 erfinv(2p - 1)            centre, |p - 1/2| <= 1/32 (2p - 1 exact)
+//   CdfNormInv(p) = sqrt2 erfinv(2d), d = p - 1/2    centre, |d| <= 1/32 (d exact)
 //                 = -sqrt2 erfcinv(2p)              p < 1/2 (2p exact, also for denormals)
 //                 = sqrt2 erfcinv(2(1 - p))          p > 1/2 (1 - p exact for p >= 1/2)
 //   ErfcInv(y)    = erfinv(1 - y)                   |1 - y| <= 1/16 (1 - y exact)
@@ -14,18 +14,20 @@
 // rounding (the table's generator prints the fit errors):
 //   centre  erfinv(z) = z (a0 + u (a1 + a2 u + ... + a8 u^7)), u = z^2, |z| <= 1/16: the
 //           Maclaurin series, truncated below 2^-64 relative; z a0 is exact as TwoProd with a0
-//           in two parts, and the rest is at most 0.001 of it.
+//           in two parts, and the rest is at most 0.001 of it. CdfNormInv has the series of
+//           sqrt2 erfinv(2d) in d, its own coefficients of the same shape.
 //   mid     erfcinv(y), 1/64 <= y < 15/16, by rows of sixteenths of a binade of y: with r = y - c
 //           exact, erfcinv(c)hi + (erfcinv(c)lo + r (b1 + r P(r))), below 2^-56.6 relative as
-//           rounded, the sum at most 1/4 of the value.
+//           rounded, the sum at most 1/4 of the value. CdfNormInv has rows of its own for
+//           sqrt2 erfcinv(2q) in q = min(p, 1 - p), 1/128 <= q < 15/32.
 //   tail    erfcinv(y) = F(w), y < 1/64, w = sqrt(-ln y) in [2.04, 27.3], by rows of eighths of
 //           a binade of w (fit below 2^-57 relative as rounded). -ln y comes as hi + lo (the
 //           logarithm's reduction and table, kept in two parts, within 2^-60 relative),
 //           w = wh + wl with wl from the exact residual L - wh^2, and r = w - c is exact in its
 //           high part, so F = F(c)hi + (F(c)lo + b1 wl + r (b1 + r P(r))), the sum at most 1/8
 //           of F(c).
-// CdfNormInv multiplies hi + lo by sqrt2 in two parts with one rounding at the end. The error
-// is that rounding plus below 0.1 ulp.
+// In the tail CdfNormInv multiplies hi + lo by sqrt2 in two parts. Every route ends in one
+// rounding of hi + lo; the error is that rounding plus below 0.1 ulp.
 //
 // Rare elements (outside the open domain, or NaN) go to the scalar routines below; pairs whose
 // lanes all lie inside run packed, each piece computed only where a lane needs it.
@@ -57,27 +59,29 @@ inline vdd two_prod(vd x, vd y) {
   return {p, ((xs.hi * ys.hi - p) + xs.hi * ys.lo + xs.lo * ys.hi) + xs.lo * ys.lo};
 }
 
-// erfinv(z) as hi + lo (not normalised: |lo| below 2^-50 |hi|), |z| <= 1/16.
-[[gnu::always_inline]] inline vdd centre(vd z) {
-  const double *a = _vmkdCdfNormInvHATab.centre_hi;
+// The centre series z (a0 + a1 u + ... + a8 u^8), u = z^2, as hi + lo (not normalised: |lo|
+// below 2^-50 |hi|); a in high parts, a0lo the low part of a0.
+[[gnu::always_inline]] inline vdd centre(vd z, const double *a, double a0lo) {
   const vd u = z * z, u2 = u * u;
   // a1 + a2 u + ... + a8 u^7 as an odd and an even chain in u^2
   const vd e = ((c2(a[7]) * u2 + c2(a[5])) * u2 + c2(a[3])) * u2 + c2(a[1]);
   const vd o = ((c2(a[8]) * u2 + c2(a[6])) * u2 + c2(a[4])) * u2 + c2(a[2]);
   const vd s = u * (e + u * o);
   const vdd p = two_prod(z, c2(a[0]));
-  return {p.hi, p.lo + z * (c2(_vmkdCdfNormInvHATab.centre_lo[0]) + s)};
+  return {p.hi, p.lo + z * (c2(a0lo) + s)};
 }
 
-inline int mid_row(double y) {
+// The row of a middle argument: sixteenths of binades from the top word `base`.
+inline int mid_row(double y, uint32_t base) {
   const uint32_t t = uint32_t(simd::bits(y) >> 32) & 0x7FFF0000;
-  return int((t - 0x3F900000) >> 16);
+  return int((t - base) >> 16);
 }
 
-// erfcinv(y) as hi + lo (not normalised), 1/64 <= y < 15/16.
-[[gnu::always_inline]] inline vdd mid(vd y) {
-  const double *P0 = _vmkdCdfNormInvHATab.mid[mid_row(y[0])];
-  const double *P1 = _vmkdCdfNormInvHATab.mid[mid_row(y[1])];
+// A middle row's value as hi + lo (not normalised): erfcinv(y) for 1/64 <= y < 15/16 from the
+// rows `mid`, or sqrt2 erfcinv(2q) for 1/128 <= q < 15/32 from `cdf_mid`.
+[[gnu::always_inline]] inline vdd mid(vd y, const double (*rows)[12], uint32_t base) {
+  const double *P0 = rows[mid_row(y[0], base)];
+  const double *P1 = rows[mid_row(y[1], base)];
   auto entry = [&](int j) { return vd{P0[j], P1[j]}; };
   const vd r = y + entry(11);  // exact
   const vd r2 = r * r;
@@ -148,15 +152,20 @@ inline int row_of(double w) {
   return {h, t - (h - entry(1))};
 }
 
-// The two functions as the core sees them: the centre argument, the tail argument and the sign
-// of the tail lanes, and whether the result is scaled by sqrt 2.
+// The two functions as the core sees them: the centre argument and series, the middle argument
+// (the tail's argument is kToY times it) with its rows, and the sign of the non-centre lanes.
 struct CdfNormInvFn {
-  static constexpr bool kScaled = true;
+  static constexpr bool kScaled = true;  // the tail's erfcinv is multiplied by sqrt2
+  static constexpr double kToY = 2.0, kTailEdge = 0x1p-7;
+  static constexpr uint32_t kMidBase = 0x3F800000;  // 1/128
+  static constexpr const double (*mid_rows())[12] { return _vmkdCdfNormInvHATab.cdf_mid; }
+  static constexpr const double *centre_hi() { return _vmkdCdfNormInvHATab.cdf_centre_hi; }
+  static constexpr double centre_lo0() { return _vmkdCdfNormInvHATab.cdf_centre_lo[0]; }
   static vd inside(vd p) { return simd::and_bits((vd)(p > c2(0.0)), (vd)(p < c2(1.0))); }
   static vd is_centre(vd p) { return (vd)(simd::andnot_bits(c2(-0.0), p - c2(0.5)) <= c2(0x1p-5)); }
-  static vd centre_arg(vd p) { return (p - c2(0.5)) * c2(2.0); }
+  static vd centre_arg(vd p) { return p - c2(0.5); }
   static vd negative(vd p) { return (vd)(p < c2(0.5)); }
-  static vd tail_arg(vd p) { return simd::select(negative(p), p, c2(1.0) - p) * c2(2.0); }
+  static vd mid_arg(vd p) { return simd::select(negative(p), p, c2(1.0) - p); }
   template <class T>
   static constexpr const char *name() {
     return sizeof(T) == 8 ? "vdCdfNormInv" : "vsCdfNormInv";
@@ -176,11 +185,16 @@ struct CdfNormInvFn {
 
 struct ErfcInvFn {
   static constexpr bool kScaled = false;
+  static constexpr double kToY = 1.0, kTailEdge = 0x1p-6;
+  static constexpr uint32_t kMidBase = 0x3F900000;  // 1/64
+  static constexpr const double (*mid_rows())[12] { return _vmkdCdfNormInvHATab.mid; }
+  static constexpr const double *centre_hi() { return _vmkdCdfNormInvHATab.centre_hi; }
+  static constexpr double centre_lo0() { return _vmkdCdfNormInvHATab.centre_lo[0]; }
   static vd inside(vd y) { return simd::and_bits((vd)(y > c2(0.0)), (vd)(y < c2(2.0))); }
   static vd is_centre(vd y) { return (vd)(simd::andnot_bits(c2(-0.0), c2(1.0) - y) <= c2(0x1p-4)); }
   static vd centre_arg(vd y) { return c2(1.0) - y; }
   static vd negative(vd y) { return (vd)(y > c2(1.0)); }
-  static vd tail_arg(vd y) { return simd::select(negative(y), c2(2.0) - y, y); }
+  static vd mid_arg(vd y) { return simd::select(negative(y), c2(2.0) - y, y); }
   template <class T>
   static constexpr const char *name() {
     return sizeof(T) == 8 ? "vdErfcInv" : "vsErfcInv";
@@ -198,6 +212,19 @@ struct ErfcInvFn {
   }
 };
 
+// The tail's value, scaled by sqrt2 in two parts where the function asks for it.
+template <class Fn>
+[[gnu::always_inline]] inline vdd scaled_tail(vd y) {
+  const vdd t = tail(y);
+  if constexpr (Fn::kScaled) {
+    const double *s2 = _vmkdCdfNormInvHATab.sqrt2;
+    const vdd p = two_prod(t.hi, c2(s2[0]));
+    return {p.hi, p.lo + (t.hi * c2(s2[1]) + t.lo * c2(s2[0]))};
+  } else {
+    return t;
+  }
+}
+
 // Both lanes inside the open domain.
 template <class Fn>
 [[gnu::always_inline]] inline vd main_pair(vd x) {
@@ -205,34 +232,30 @@ template <class Fn>
   const int centre_lanes = simd::movemask(cm);
   vdd v;
   if (centre_lanes == 3) {
-    v = centre(Fn::centre_arg(x));
+    v = centre(Fn::centre_arg(x), Fn::centre_hi(), Fn::centre_lo0());
   } else {
-    const vd y = Fn::tail_arg(x);  // in (0, 1]; centre lanes hold 15/16 or more
-    const vd tm = (vd)(y < c2(0x1p-6));
+    // the middle argument, in (0, 1/2] or (0, 1]; centre lanes go to the middle rows' first
+    // edge instead, which is harmless
+    const vd q = simd::select(cm, c2(0x1p-6), Fn::mid_arg(x));
+    const vd tm = (vd)(q < c2(Fn::kTailEdge));
     const int tail_lanes = simd::movemask(tm);
     if (tail_lanes == 0) {
-      v = mid(simd::select(cm, c2(0.5), y));
+      v = mid(q, Fn::mid_rows(), Fn::kMidBase);
     } else {
-      v = tail(simd::select(tm, y, c2(0x1p-7)));
+      v = scaled_tail<Fn>(simd::select(tm, q * c2(Fn::kToY), c2(0x1p-8)));
       if (tail_lanes != 3) {
-        const vdd m = mid(simd::select(tm, c2(0.5), simd::select(cm, c2(0.5), y)));
+        const vdd m = mid(simd::select(tm, c2(0x1p-6), q), Fn::mid_rows(), Fn::kMidBase);
         v = {simd::select(tm, v.hi, m.hi), simd::select(tm, v.lo, m.lo)};
       }
     }
     if (centre_lanes != 0) {
-      const vdd c = centre(simd::and_bits(cm, Fn::centre_arg(x)));
+      const vdd c = centre(simd::and_bits(cm, Fn::centre_arg(x)), Fn::centre_hi(), Fn::centre_lo0());
       v = {simd::select(cm, c.hi, v.hi), simd::select(cm, c.lo, v.lo)};
     }
     const vd flip = simd::andnot_bits(cm, simd::and_bits(Fn::negative(x), c2(-0.0)));
     v = {simd::xor_bits(v.hi, flip), simd::xor_bits(v.lo, flip)};
   }
-  if constexpr (Fn::kScaled) {
-    const double *s2 = _vmkdCdfNormInvHATab.sqrt2;
-    const vdd p = two_prod(v.hi, c2(s2[0]));
-    return p.hi + (p.lo + (v.hi * c2(s2[1]) + v.lo * c2(s2[0])));
-  } else {
-    return v.hi + v.lo;
-  }
+  return v.hi + v.lo;
 }
 
 template <class Fn, class T>
