@@ -108,7 +108,7 @@ TEST(CdfNormInv, CentreSeriesIsErfinvMaclaurin) {
     const long double a = d[k] / (2 * k + 1) * pw;
     EXPECT_EQ(T.centre_hi[k], double(a)) << k;
     EXPECT_LE(std::fabs((long double)T.centre_hi[k] + T.centre_lo[k] - a), a * 0x1p-60L) << k;
-    if (k < 9) {
+    if (k < 11) {
       const long double kc = std::sqrt(2.0L) * std::ldexp(a, 2 * k + 1);
       EXPECT_LE(std::fabs((long double)T.cdf_centre_hi[k] + T.cdf_centre_lo[k] - kc), kc * 0x1p-60L);
     }
@@ -131,7 +131,7 @@ TEST(CdfNormInv, OddAboutTheMiddle) {
     e.push_back(2 * v);
     em.push_back(2.0 - 2 * v);
   }
-  for (double t : {0x1p-53, 0x1p-7, 0.46875, 0.5 - 0x1p-53, 0.0625}) {
+  for (double t : {0x1p-53, 0x1p-7, 0.4375, 0.5 - 0x1p-53, 0.0625}) {
     q.push_back(t), qm.push_back(1.0 - t), e.push_back(2 * t), em.push_back(2.0 - 2 * t);
   }
   const int n = int(q.size());
@@ -147,12 +147,12 @@ TEST(CdfNormInv, OddAboutTheMiddle) {
 }
 
 // CdfNormInv rises and ErfcInv falls over dense runs of consecutive doubles around the edges of
-// the pieces (1/32 from the middle, y = 2p = 1/64), of the middle rows (sixteenths of binades of
+// the pieces (1/16 from the middle, y = 2p = 1/64), of the middle rows (sixteenths of binades of
 // y) and of the tail rows (w = sqrt(-ln y) at eighths of binades), where a badly joined piece
 // would step backwards. In the far tails many inputs share one result, and two results within
 // an ulp of the value may step back by one ulp; more would be a seam.
 TEST(CdfNormInv, MonotoneAcrossEdges) {
-  std::vector<double> centres = {0.46875, 0.53125, 0x1p-7};
+  std::vector<double> centres = {0.4375, 0.5625, 0x1p-7};
   for (int k = 1; k < 96; ++k) centres.push_back(std::ldexp(1.0 + (k % 16) / 16.0, k / 16 - 6) / 2);
   for (int k = 1; k < 32; ++k) {
     const double w = std::ldexp(1.0 + (k % 8) / 8.0, k / 8 + 1);

@@ -7,22 +7,22 @@ centre_hi[k], centre_lo[k]  (k = 0..15)
         a_k = d_k / (2k + 1) (sqrt(pi)/2)^(2k+1),
         d_0 = 1,  d_k = sum_{m<k} d_m d_(k-1-m) / ((m + 1)(2m + 1))   (exact rationals).
     So a_0 = sqrt(pi)/2 = 0.886226925452758..., a_1 = (sqrt(pi)/2)^3 / 3 = 0.2320136665346545...
-    The kernels use nine terms, below 2^-64 relative for |z| <= 1/16 (the script prints the
+    The kernels use eleven terms, below 2^-64 relative for |z| <= 1/8 (the script prints the
     bound); the table keeps sixteen.
 sqrt2[2]
     sqrt(2) as high and low parts.
-cdf_centre_hi[9], cdf_centre_lo[9]
+cdf_centre_hi[11], cdf_centre_lo[11]
     The same series for CdfNormInv(1/2 + d) = sqrt2 erfinv(2d) = sum k_j d^(2j+1),
-    k_j = sqrt2 2^(2j+1) a_j (k_0 = sqrt(2 pi)), for |d| <= 1/32.
-mid[94][12]
-    erfcinv(y) on y in [1/64, 15/16), one row per sixteenth of a binade: row k serves the y whose top
+    k_j = sqrt2 2^(2j+1) a_j (k_0 = sqrt(2 pi)), for |d| <= 1/16.
+mid[92][12]
+    erfcinv(y) on y in [1/64, 7/8), one row per sixteenth of a binade: row k serves the y whose top
     word, masked by 0x7FFF0000, is 0x3F900000 + k * 0x10000.  With c the row's centre and
     r = y - c (exact: y and c share a binade):
         entry 0, 1   erfcinv(c) as low + high parts
         entry 2..10  b1..b9,  erfcinv(c + r) = erfcinv(c) + r (b1 + b2 r + ... + b9 r^8)
         entry 11     -c
-cdf_mid[94][12]
-    The same rows for -CdfNormInv(q) = sqrt2 erfcinv(2q) on q in [1/128, 15/32): row k serves
+cdf_mid[92][12]
+    The same rows for -CdfNormInv(q) = sqrt2 erfcinv(2q) on q in [1/128, 7/16): row k serves
     the q whose top word, masked by 0x7FFF0000, is 0x3F800000 + k * 0x10000.
 rows[32][16]
     F(w) = erfcinv(exp(-w^2)) on w in [2, 32) (y below 1/64), one row per eighth of a binade:
@@ -44,9 +44,9 @@ mp.mp.dps = 80
 DEG = 10
 MID_DEG = 9
 TERMS = 16
-USED_TERMS = 9
+USED_TERMS = 11
 ROWS = 32
-MID_ROWS = 94
+MID_ROWS = 92
 
 
 def series():
@@ -106,8 +106,8 @@ def hexf(v):
 def main():
     a = series()
     # truncation after TERMS terms at |z| = 1/4, relative to the leading term
-    trunc = a[USED_TERMS] * mp.mpf(1 / 16) ** (2 * USED_TERMS) / a[0]
-    print(f"centre: first omitted term at |z| = 1/16: 2^{float(mp.log(trunc, 2)):.1f}", file=sys.stderr)
+    trunc = a[USED_TERMS] * mp.mpf(1 / 8) ** (2 * USED_TERMS) / a[0]
+    print(f"centre: first omitted term at |z| = 1/8: 2^{float(mp.log(trunc, 2)):.1f}", file=sys.stderr)
     chi, clo = zip(*[split(v) for v in a[:TERMS]])
     s2 = split(mp.sqrt(2))
     kc = [mp.sqrt(2) * mp.mpf(2) ** (2 * j + 1) * a[j] for j in range(USED_TERMS)]
@@ -161,8 +161,8 @@ def main():
            "  double sqrt2[2];  // high, low",
            f"  double cdf_centre_hi[{USED_TERMS}];  // CdfNormInv(1/2 + d) = sum k_j d^(2j+1): high parts",
            f"  double cdf_centre_lo[{USED_TERMS}];  // and low parts",
-           f"  double mid[{MID_ROWS}][12];  // erfcinv(y), 1/64 <= y < 15/16, by sixteenths of a binade",
-           f"  double cdf_mid[{MID_ROWS}][12];  // -CdfNormInv(q), 1/128 <= q < 15/32, the same way",
+           f"  double mid[{MID_ROWS}][12];  // erfcinv(y), 1/64 <= y < 7/8, by sixteenths of a binade",
+           f"  double cdf_mid[{MID_ROWS}][12];  // -CdfNormInv(q), 1/128 <= q < 7/16, the same way",
            f"  double rows[{ROWS}][16];  // F(w) = erfcinv(exp(-w^2)), w >= 2, by eighths of a binade",
            "};", "",
            "alignas(64) inline constexpr CdfNormInvTable _vmkdCdfNormInvHATab = {",

@@ -1,9 +1,9 @@
 // CdfNormInv and ErfcInv, d and s (the single kernels widen to double lanes and round once).
 // One core serves both, through
-//   CdfNormInv(p) = sqrt2 erfinv(2d), d = p - 1/2    centre, |d| <= 1/32 (d exact)
+//   CdfNormInv(p) = sqrt2 erfinv(2d), d = p - 1/2    centre, |d| <= 1/16 (d exact)
 //                 = -sqrt2 erfcinv(2p)              p < 1/2 (2p exact, also for denormals)
 //                 = sqrt2 erfcinv(2(1 - p))          p > 1/2 (1 - p exact for p >= 1/2)
-//   ErfcInv(y)    = erfinv(1 - y)                   |1 - y| <= 1/16 (1 - y exact)
+//   ErfcInv(y)    = erfinv(1 - y)                   |1 - y| <= 1/8 (1 - y exact)
 //                 = erfcinv(y)                      y < 1
 //                 = -erfcinv(2 - y)                  y > 1 (2 - y exact for y >= 1)
 // so every argument of erfcinv is exact and the tails keep relative accuracy down to the least
@@ -12,14 +12,14 @@
 //
 // Three pieces, each giving the value as hi + lo, well below an ulp apart from the final
 // rounding (the table's generator prints the fit errors):
-//   centre  erfinv(z) = z (a0 + u (a1 + a2 u + ... + a8 u^7)), u = z^2, |z| <= 1/16: the
+//   centre  erfinv(z) = z (a0 + u (a1 + a2 u + ... + a10 u^9)), u = z^2, |z| <= 1/8: the
 //           Maclaurin series, truncated below 2^-64 relative; z a0 is exact as TwoProd with a0
-//           in two parts, and the rest is at most 0.001 of it. CdfNormInv has the series of
+//           in two parts, and the rest is at most 0.005 of it. CdfNormInv has the series of
 //           sqrt2 erfinv(2d) in d, its own coefficients of the same shape.
-//   mid     erfcinv(y), 1/64 <= y < 15/16, by rows of sixteenths of a binade of y: with r = y - c
+//   mid     erfcinv(y), 1/64 <= y < 7/8, by rows of sixteenths of a binade of y: with r = y - c
 //           exact, erfcinv(c)hi + (erfcinv(c)lo + r (b1 + r P(r))), below 2^-56.6 relative as
 //           rounded, the sum at most 1/4 of the value. CdfNormInv has rows of its own for
-//           sqrt2 erfcinv(2q) in q = min(p, 1 - p), 1/128 <= q < 15/32.
+//           sqrt2 erfcinv(2q) in q = min(p, 1 - p), 1/128 <= q < 7/16.
 //   tail    erfcinv(y) = F(w), y < 1/64, w = sqrt(-ln y) in [2.04, 27.3], by rows of eighths of
 //           a binade of w (fit below 2^-57 relative as rounded). -ln y comes as hi + lo (the
 //           logarithm's reduction and table, kept in two parts, within 2^-60 relative),
@@ -59,13 +59,13 @@ inline vdd two_prod(vd x, vd y) {
   return {p, ((xs.hi * ys.hi - p) + xs.hi * ys.lo + xs.lo * ys.hi) + xs.lo * ys.lo};
 }
 
-// The centre series z (a0 + a1 u + ... + a8 u^8), u = z^2, as hi + lo (not normalised: |lo|
+// The centre series z (a0 + a1 u + ... + a10 u^10), u = z^2, as hi + lo (not normalised: |lo|
 // below 2^-50 |hi|); a in high parts, a0lo the low part of a0.
 [[gnu::always_inline]] inline vdd centre(vd z, const double *a, double a0lo) {
   const vd u = z * z, u2 = u * u;
-  // a1 + a2 u + ... + a8 u^7 as an odd and an even chain in u^2
-  const vd e = ((c2(a[7]) * u2 + c2(a[5])) * u2 + c2(a[3])) * u2 + c2(a[1]);
-  const vd o = ((c2(a[8]) * u2 + c2(a[6])) * u2 + c2(a[4])) * u2 + c2(a[2]);
+  // a1 + a2 u + ... + a10 u^9 as an odd and an even chain in u^2
+  const vd e = (((c2(a[9]) * u2 + c2(a[7])) * u2 + c2(a[5])) * u2 + c2(a[3])) * u2 + c2(a[1]);
+  const vd o = (((c2(a[10]) * u2 + c2(a[8])) * u2 + c2(a[6])) * u2 + c2(a[4])) * u2 + c2(a[2]);
   const vd s = u * (e + u * o);
   const vdd p = two_prod(z, c2(a[0]));
   return {p.hi, p.lo + z * (c2(a0lo) + s)};
@@ -77,8 +77,8 @@ inline int mid_row(double y, uint32_t base) {
   return int((t - base) >> 16);
 }
 
-// A middle row's value as hi + lo (not normalised): erfcinv(y) for 1/64 <= y < 15/16 from the
-// rows `mid`, or sqrt2 erfcinv(2q) for 1/128 <= q < 15/32 from `cdf_mid`.
+// A middle row's value as hi + lo (not normalised): erfcinv(y) for 1/64 <= y < 7/8 from the
+// rows `mid`, or sqrt2 erfcinv(2q) for 1/128 <= q < 7/16 from `cdf_mid`.
 [[gnu::always_inline]] inline vdd mid(vd y, const double (*rows)[12], uint32_t base) {
   const double *P0 = rows[mid_row(y[0], base)];
   const double *P1 = rows[mid_row(y[1], base)];
@@ -162,7 +162,7 @@ struct CdfNormInvFn {
   static constexpr const double *centre_hi() { return _vmkdCdfNormInvHATab.cdf_centre_hi; }
   static constexpr double centre_lo0() { return _vmkdCdfNormInvHATab.cdf_centre_lo[0]; }
   static vd inside(vd p) { return simd::and_bits((vd)(p > c2(0.0)), (vd)(p < c2(1.0))); }
-  static vd is_centre(vd p) { return (vd)(simd::andnot_bits(c2(-0.0), p - c2(0.5)) <= c2(0x1p-5)); }
+  static vd is_centre(vd p) { return (vd)(simd::andnot_bits(c2(-0.0), p - c2(0.5)) <= c2(0x1p-4)); }
   static vd centre_arg(vd p) { return p - c2(0.5); }
   static vd negative(vd p) { return (vd)(p < c2(0.5)); }
   static vd mid_arg(vd p) { return simd::select(negative(p), p, c2(1.0) - p); }
@@ -191,7 +191,7 @@ struct ErfcInvFn {
   static constexpr const double *centre_hi() { return _vmkdCdfNormInvHATab.centre_hi; }
   static constexpr double centre_lo0() { return _vmkdCdfNormInvHATab.centre_lo[0]; }
   static vd inside(vd y) { return simd::and_bits((vd)(y > c2(0.0)), (vd)(y < c2(2.0))); }
-  static vd is_centre(vd y) { return (vd)(simd::andnot_bits(c2(-0.0), c2(1.0) - y) <= c2(0x1p-4)); }
+  static vd is_centre(vd y) { return (vd)(simd::andnot_bits(c2(-0.0), c2(1.0) - y) <= c2(0x1p-3)); }
   static vd centre_arg(vd y) { return c2(1.0) - y; }
   static vd negative(vd y) { return (vd)(y > c2(1.0)); }
   static vd mid_arg(vd y) { return simd::select(negative(y), c2(2.0) - y, y); }

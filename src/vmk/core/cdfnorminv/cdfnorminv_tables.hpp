@@ -8,10 +8,10 @@ struct CdfNormInvTable {
   double centre_hi[16];  // erfinv(z) = sum a_k z^(2k+1): high parts
   double centre_lo[16];  // and low parts
   double sqrt2[2];  // high, low
-  double cdf_centre_hi[9];  // CdfNormInv(1/2 + d) = sum k_j d^(2j+1): high parts
-  double cdf_centre_lo[9];  // and low parts
-  double mid[94][12];  // erfcinv(y), 1/64 <= y < 15/16, by sixteenths of a binade
-  double cdf_mid[94][12];  // -CdfNormInv(q), 1/128 <= q < 15/32, the same way
+  double cdf_centre_hi[11];  // CdfNormInv(1/2 + d) = sum k_j d^(2j+1): high parts
+  double cdf_centre_lo[11];  // and low parts
+  double mid[92][12];  // erfcinv(y), 1/64 <= y < 7/8, by sixteenths of a binade
+  double cdf_mid[92][12];  // -CdfNormInv(q), 1/128 <= q < 7/16, the same way
   double rows[32][16];  // F(w) = erfcinv(exp(-w^2)), w >= 2, by eighths of a binade
 };
 
@@ -19,8 +19,8 @@ alignas(64) inline constexpr CdfNormInvTable _vmkdCdfNormInvHATab = {
     {0x1.c5bf891b4ef6bp-1, 0x1.db29fb2fee5e4p-3, 0x1.053c2c0ab91c5p-3, 0x1.62847c47dda48p-4, 0x1.0a13189c6ef7ap-4, 0x1.a7c85c89bb08bp-5, 0x1.5eeb1d488e312p-5, 0x1.2aba98b98c6bcp-5, 0x1.0398a906bd082p-5, 0x1.ca6f47e062dc7p-6, 0x1.99f7081a343aap-6, 0x1.7270a3e16373ep-6, 0x1.519f19f3734f1p-6, 0x1.35f4c1190186fp-6, 0x1.1e5536014bb5dp-6, 0x1.09efd97a0dec9p-6},
     {-0x1.618f13eb7ca89p-55, -0x1.3ea2ef8dde075p-60, 0x1.cec68daff0d80p-61, -0x1.0e9d101c608a2p-58, -0x1.23650dd1d38d3p-58, 0x1.7891291139022p-59, 0x1.a340a045a76acp-59, 0x1.95302078d6ea7p-60, 0x1.19a2949561881p-60, 0x1.6a59ca75ae1bbp-62, -0x1.5aca95c367c6bp-60, -0x1.ae1c44a3d5827p-60, 0x1.72edade085789p-61, 0x1.fa92ad376ad72p-61, -0x1.9a343b84ed8a0p-60, -0x1.54ac1c62c95fap-60},
     {0x1.6a09e667f3bcdp+0, -0x1.bdd3413b26456p-54},
-    {0x1.40d931ff62706p+1, 0x1.4ffddeaa22dc8p+1, 0x1.71713082d9a2bp+2, 0x1.f55d0d78fa712p+3, 0x1.78494af24589dp+5, 0x1.2ba8db280dc75p+7, 0x1.f04609825ba27p+8, 0x1.a6776962b1cbep+10, 0x1.6f1fe90609fb9p+12},
-    {-0x1.a6a0d6f814637p-53, 0x1.18f3086ac164bp-53, -0x1.9e80d86c4a0e6p-52, 0x1.60cceb85ff7c7p-51, 0x1.3dfbf028c0c4ap-50, -0x1.c8c525c77fc4fp-47, -0x1.647d13c8b5b1ap-47, 0x1.958539b464d04p-45, -0x1.32dd0555afd66p-43},
+    {0x1.40d931ff62706p+1, 0x1.4ffddeaa22dc8p+1, 0x1.71713082d9a2bp+2, 0x1.f55d0d78fa712p+3, 0x1.78494af24589dp+5, 0x1.2ba8db280dc75p+7, 0x1.f04609825ba27p+8, 0x1.a6776962b1cbep+10, 0x1.6f1fe90609fb9p+12, 0x1.44298b137a413p+14, 0x1.21e3960f60633p+16},
+    {-0x1.a6a0d6f814637p-53, 0x1.18f3086ac164bp-53, -0x1.9e80d86c4a0e6p-52, 0x1.60cceb85ff7c7p-51, 0x1.3dfbf028c0c4ap-50, -0x1.c8c525c77fc4fp-47, -0x1.647d13c8b5b1ap-47, 0x1.958539b464d04p-45, -0x1.32dd0555afd66p-43, 0x1.25bdcb1c9fba4p-40, -0x1.bad734e09f1eap-38},
     {
         /*  0 */ {0x1.a2358c217e925p-54, 0x1.b3980f567e16bp+0, -0x1.007a460c6ea3cp+4, 0x1.b5388e0603971p+8, -0x1.0de600ea17231p+14, 0x1.7da555c1cb531p+19, -0x1.222d6a53521a4p+25, 0x1.cdc54c877acbap+30, -0x1.7b077abc28a27p+36, 0x1.3ece3a944d784p+42, -0x1.106243208fd53p+48, -0x1.0800000000000p-6},
         /*  1 */ {-0x1.a7e66fadcdf03p-54, 0x1.afb077441cd77p+0, -0x1.e71f5830e74c2p+3, 0x1.86c1ff14745c9p+8, -0x1.c6afbca585a67p+13, 0x1.2f0789d189935p+19, -0x1.b26737f09138fp+24, 0x1.45d9c9d98a575p+30, -0x1.f84fbe4a201a9p+35, 0x1.8fd517c083998p+41, -0x1.421001109077ep+47, -0x1.1800000000000p-6},
@@ -114,8 +114,6 @@ alignas(64) inline constexpr CdfNormInvTable _vmkdCdfNormInvHATab = {
         /* 89 */ {-0x1.6378cf4ce45c6p-57, 0x1.74bee25bac55cp-3, -0x1.d507d8274509ap-1, 0x1.38ce567a77781p-3, -0x1.292cb676459a5p-2, 0x1.43a5ad4d794adp-3, -0x1.bf26f9492952fp-3, 0x1.6d030c2319880p-3, -0x1.be8487a83aacdp-3, 0x1.b4fc83939ed44p-3, -0x1.ffccb1175b4d0p-3, -0x1.9800000000000p-1},
         /* 90 */ {-0x1.e205f5b47558fp-61, 0x1.3a678999cdb26p-3, -0x1.d091aa2f82e43p-1, 0x1.02d9c2559bdb3p-3, -0x1.170699dc0c680p-2, 0x1.02ad48ad548c4p-3, -0x1.832e562e38d82p-3, 0x1.1610bf9354aacp-3, -0x1.618759ccb5f69p-3, 0x1.3a0ee278d3f54p-3, -0x1.72d6bf77304c5p-3, -0x1.a800000000000p-1},
         /* 91 */ {0x1.26f6756126a27p-57, 0x1.0091be1775ed1p-3, -0x1.ccecfdbdbf2d0p-1, 0x1.9fde80faa4511p-4, -0x1.08ab785924a15p-2, 0x1.93ca4a9517512p-4, -0x1.55cca92df0237p-3, 0x1.a0dc2d2f64c9ep-4, -0x1.1ee259ec6b425p-3, 0x1.bfceddd58f724p-4, -0x1.13e02c34a8341p-3, -0x1.b800000000000p-1},
-        /* 92 */ {0x1.ea918aad7e6f6p-59, 0x1.8e4806f10d55ep-4, -0x1.ca0f075dedfc8p-1, 0x1.3ec7eb4eed459p-4, -0x1.fb5296ee5f576p-3, 0x1.2e7fcfb567e21p-4, -0x1.34404f133d86ep-3, 0x1.2e4308874bcdep-4, -0x1.dfa62eec27ffdp-4, 0x1.3794a95fbfc26p-4, -0x1.a89d24c2054b5p-4, -0x1.c800000000000p-1},
-        /* 93 */ {-0x1.a8acbf5c69af6p-61, 0x1.1c0c1b8244c6bp-4, -0x1.c7ef802de3d29p-1, 0x1.c27e19c1e9f25p-5, -0x1.eb579a1fd508bp-3, 0x1.a435f16c87436p-5, -0x1.1c9739f339880p-3, 0x1.99a627867908ap-5, -0x1.9fa7f229051cbp-4, 0x1.991b410f5f52dp-5, -0x1.55dbae7403a0ep-4, -0x1.d800000000000p-1},
     },
     {
         /*  0 */ {-0x1.b564a2fbef4e7p-56, 0x1.3402ef0a2b838p+1, -0x1.6ab6d2300b360p+5, 0x1.352970a9ec75bp+11, -0x1.7db1ad4b4a476p+17, 0x1.0ddd46c8c8a15p+24, -0x1.9a5f711d311acp+30, 0x1.46856ce10498dp+37, -0x1.0c039dfa019d2p+44, 0x1.c2dbf30481e67p+50, -0x1.81357b874ab6ep+57, -0x1.0800000000000p-7},
@@ -210,8 +208,6 @@ alignas(64) inline constexpr CdfNormInvTable _vmkdCdfNormInvHATab = {
         /* 89 */ {0x1.44421c4952b7ap-56, 0x1.07922b2338fcep-2, -0x1.4ba79d88d0f65p+1, 0x1.ba5fdf129dc75p-1, -0x1.a444b80c8070fp+1, 0x1.c9b4cb2ceabe4p+1, -0x1.3c2f33a96731cp+3, 0x1.021a366501ff5p+4, -0x1.3bbc562e851bap+5, 0x1.34fefc1dd7531p+6, -0x1.69e59e9f7d561p+7, -0x1.9800000000000p-2},
         /* 90 */ {0x1.25bfa2825e44cp-57, 0x1.bca2913003e72p-3, -0x1.487ff8f2d74aap+1, 0x1.6e11ef6da4102p-1, -0x1.8a9a1fedcdd42p+1, 0x1.6dd309ad60f39p+1, -0x1.11c73f7b9edb3p+3, 0x1.893e6fc10781dp+3, -0x1.f3f710ecca3c4p+4, 0x1.bc25316db871bp+5, -0x1.06390107657e0p+7, -0x1.a800000000000p-2},
         /* 91 */ {-0x1.7b69e1007e3e8p-62, 0x1.6ad802d7fb488p-3, -0x1.45ec78fda9167p+1, 0x1.26105bbfddc23p-1, -0x1.764cb46ad009dp+1, 0x1.1d85d57f9407ap+1, -0x1.e3609f0d92f44p+2, 0x1.26c3bb68d8a19p+3, -0x1.95b72b5153fc8p+4, 0x1.3ca5eb7fbd9f3p+5, -0x1.8625a9af7145dp+6, -0x1.b800000000000p-2},
-        /* 92 */ {-0x1.4c0967742b48dp-59, 0x1.19a0a067c5e03p-3, -0x1.43e57b9acace6p+1, 0x1.c2d306adf0a62p-2, -0x1.66bb33f74b06bp+1, 0x1.abcc6e767c524p+0, -0x1.b3eedb82ef155p+2, 0x1.ab767a75945d5p+2, -0x1.5329c571d4c75p+4, 0x1.b8a444296f2abp+4, -0x1.2c3f50d5206a8p+6, -0x1.c800000000000p-2},
-        /* 93 */ {-0x1.7d188c3e960b1p-65, 0x1.91b41af964dc7p-4, -0x1.426526835b319p+1, 0x1.3e8bde27aab63p-2, -0x1.5b6e701ed3717p+1, 0x1.292243be06636p+0, -0x1.9278d96666c5ap+2, 0x1.21aa65b695220p+2, -0x1.25e9c7b798470p+4, 0x1.21482e14d1218p+4, -0x1.e375dd175ed0ap+5, -0x1.d800000000000p-2},
     },
     {
         /*  0 */ {-0x1.019d03cb390aap-54, 0x1.cca467a7b4bc5p+0, 0x1.0caa9ba557d6ep+0, -0x1.63699b24eecc2p-10, -0x1.4580a872dcf95p-8, 0x1.e352965560515p-9, -0x1.01325eef15d54p-9, 0x1.d6a80ac539be2p-11, -0x1.838d8cf8ef645p-12, 0x1.21ccef4d4e613p-13, -0x1.84fd64a611b50p-15, 0x1.b9fd546509ef7p-17, -0x1.1000000000000p+1, 0x0.0p+0, 0x0.0p+0, 0x0.0p+0},
