@@ -113,7 +113,6 @@ TEST(CdfNormInv, CentreSeriesIsErfinvMaclaurin) {
       EXPECT_LE(std::fabs((long double)T.cdf_centre_hi[k] + T.cdf_centre_lo[k] - kc), kc * 0x1p-60L);
     }
   }
-  EXPECT_NEAR(T.centre_hi[1], 0.2320136665346545, 1e-16);
   EXPECT_EQ(T.sqrt2[0] + T.sqrt2[1], std::sqrt(2.0));
   EXPECT_LE(std::fabs((long double)T.sqrt2[0] + T.sqrt2[1] - std::sqrt(2.0L)), 0x1p-62L);
 }
