@@ -192,6 +192,7 @@ def main(outdir):
     const("k256oLn2", ld(256 / LN2), "256/ln2")
     const("kLn2Hi", LN2_HI, "ln2 on the 2^-48 grid: e kLn2Hi exact for |e| < 2^16")
     const("kLn2Lo", LN2_LO, "ln2 - kLn2Hi")
+    const("kInvLn10", ld(frac(1 / mpmath.log(10))), "1/ln 10")
     pi = frac(mpmath.pi)
     for nm, q in (("kPi", pi), ("kPio2", pi / 2)):
         hi, lo = split_ld(q)

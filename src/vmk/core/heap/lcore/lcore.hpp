@@ -225,6 +225,11 @@ inline ld atan2l(ld y, ld x) {
 }
 
 inline void sincosl(ld x, ld &s, ld &c) {
+  if (x == 0.0L) {  // keeps the zero's sign, which the corrections below would turn into +0
+    s = x;
+    c = 1.0L;
+    return;
+  }
   ld hi = x, lo = 0.0L;
   int q = 0;
   if (!(__builtin_fabsl(x) < 0x1.921fb54442d18p-1L)) q = trig::reduce_pio2_ld(x, hi, lo);

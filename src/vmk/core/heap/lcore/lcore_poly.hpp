@@ -10,6 +10,7 @@ inline constexpr long double kLn2o256Lo = -0xC21950D871319FF0p-114L;  // ln2/256
 inline constexpr long double k256oLn2 = 0xB8AA3B295C17F0BCp-55L;  // 256/ln2
 inline constexpr long double kLn2Hi = 0xB17217F7D1CF0000p-64L;  // ln2 on the 2^-48 grid: e kLn2Hi exact for |e| < 2^16
 inline constexpr long double kLn2Lo = 0xF35793C7673007E6p-113L;  // ln2 - kLn2Hi
+inline constexpr long double kInvLn10 = 0xDE5BD8A937287195p-65L;  // 1/ln 10
 inline constexpr long double kPiHi = 0xC90FDAA22168C235p-62L;  // Pi rounded
 inline constexpr long double kPiLo = -0xECE675D1FC8F8CBBp-128L;  // the rest
 inline constexpr long double kPio2Hi = 0xC90FDAA22168C235p-63L;  // Pio2 rounded
