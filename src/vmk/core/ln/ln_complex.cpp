@@ -99,12 +99,12 @@ void ln_single_lanes(int n, const hpk_complex8 *a, hpk_complex8 *y) {
     if (__builtin_expect(rare != 0, 0)) {
       const X87ControlScope control(X87ControlScope::kExtended);
       for (int k = 0; k < 4; ++k)
-        if (rare >> k & 1) celem::ln_at<hpk_complex8, float>(i + k, a, y, 1.0L, "vcLn");
+        if (rare >> k & 1) celem::ln_at<hpk_complex8, float>(i + k, v.re[k], v.im[k], a, y, 1.0L, "vcLn");
     }
   }
   if (i < n) {
     const X87ControlScope control(X87ControlScope::kExtended);
-    for (; i < n; ++i) celem::ln_at<hpk_complex8, float>(i, a, y, 1.0L, "vcLn");
+    for (; i < n; ++i) celem::ln_at<hpk_complex8, float>(i, a[i].re, a[i].im, a, y, 1.0L, "vcLn");
   }
 }
 

@@ -15,15 +15,18 @@
 // Each part is rounded once to the element type: within 0.5 ulp + 2^-9 ulp.
 // log10 multiplies both extended parts by 1/ln 10 (64 bits): one more 2^-64.
 //
-// z^w = e^(w ln z), for finite z != 0 and finite w: with ln z = lr + i li in extended,
-//   P = (u lr - v li) + i (u li + v lr) in extended (no overflow: |P| < 2^1036);
-//   e^Pr as M 2^K from the core (Pr clamped to [-12000, 12000], where every part is already 0
-//   or infinite), sin and cos of Pi by the core, Pi reduced by the extended reduction by pi/2
-//   (any magnitude). The error of a part is that of Pr and Pi, about 2^-63 (|u lr| + |v li|)
-//   absolute, plus a few 2^-64 relative: within an ulp or two of double unless u lr and v li
-//   (or u li and v lr) cancel, where the result is ill-conditioned in w and z.
+// z^w = e^(w ln z), for finite z != 0 and finite w, with w ln z = P as pairs of extended values:
+//   ln|z| as hi + lo (the square sum from its exact pieces, the logarithm's exact table sum
+//   and its rest) and atan2 as hi + lo (quotient, 1 + t c and u with their rounding errors),
+//   both about 2^-70 relative; P = (u lr - v li) + i (u li + v lr) with exact products of the
+//   high parts (Dekker), about 2^-70 (|u lr| + |v li|) absolute. e^Pr as M (1 + Pr_lo) 2^K
+//   (Pr clamped to [-12000, 12000], where every part is already 0 or infinite); sin and cos of
+//   Pi_hi + Pi_lo, Pi_hi reduced by the extended reduction by pi/2 (any magnitude). A part is
+//   then within 0.5 ulp + a few 2^-64 of the modulus, unless u lr and v li (or u li and v lr)
+//   cancel, where the result is ill-conditioned in w and z, or the part is far below the
+//   modulus (an angle next to a multiple of pi/2).
 // z = 0 or a non-finite part: the composition e^(w ln z) carried out on the element type with
-// the special values of the logarithm, the product of the C annex (complex_special::mul_recover)
+// the special values of the logarithm, the product of the C annex (mul_annex)
 // and the special values of exp, as glibc's cpow does it.
 #pragma once
 
@@ -31,7 +34,6 @@
 #include <limits>
 
 #include "vmk/core/heap/celem/exp_scalar.hpp"
-#include "vmk/core/heap/complex/nonfinite.hpp"
 #include "vmk/core/heap/lcore/lcore.hpp"
 #include "vmk/simd/vec.hpp"
 
@@ -44,12 +46,12 @@ using lcore::kInvLn10;
 // x with the low 21 bits of its double significand cleared: 32 significant bits at most.
 inline double top32(double x) { return simd::from_bits(simd::bits(x) & 0xFFFFFFFFFFE00000ull); }
 
-// x^2 + y^2 - 1 as hi + lo (see above).
-inline void norm_minus_one(double x, double y, ld &hi, ld &lo) {
+// x^2 + y^2 + start as hi + lo (see above).
+inline void norm_plus(double x, double y, ld start, ld &hi, ld &lo) {
   const double xh = top32(x), yh = top32(y);
   const ld xl = ld(x) - xh, yl = ld(y) - yh;  // exact, 21 bits
   const ld piece[6] = {ld(xh) * xh, ld(yh) * yh, 2.0L * xh * xl, 2.0L * yh * yl, xl * xl, yl * yl};
-  hi = -1.0L;
+  hi = start;
   lo = 0.0L;
   for (ld t : piece) {
     ld e;
@@ -58,15 +60,43 @@ inline void norm_minus_one(double x, double y, ld &hi, ld &lo) {
   }
 }
 
-// ln|z| for finite x, y not both zero.
+// ln|z| for finite x, y not both zero, as hi + lo (about 2^-70 relative, or 2^-70 |ln|z||
+// plus 2^-125 next to |z| = 1).
+inline void ln_abs_pair(double x, double y, ld &hi, ld &lo) {
+  const ld s = ld(x) * x + ld(y) * y;
+  ld a, b;
+  if (s < 0.5L || s > 2.0L) {
+    ld sh, sl;
+    norm_plus(x, y, 0.0L, sh, sl);
+    lcore::logl_parts(sh, a, b);
+    b += sl / sh;
+  } else {
+    ld dh, dl;
+    norm_plus(x, y, -1.0L, dh, dl);
+    const ld v = dh + dl;
+    const ld dv = (dh - v) + dl;
+    if (__builtin_fabsl(v) < 0x1p-8L) {
+      a = v;
+      b = lcore::log1p_tail(v) + dv / (1.0L + v);
+    } else {
+      ld sv, err;
+      lcore::two_sum(1.0L, v, sv, err);
+      lcore::logl_parts(sv, a, b);
+      b += (err + dv) / sv;
+    }
+  }
+  lcore::two_sum(a, b, hi, lo);
+  hi *= 0.5L;
+  lo *= 0.5L;
+}
+
+// ln|z| for finite x, y not both zero: away from |z| = 1 the rounded square sum is enough.
 inline ld ln_abs(double x, double y) {
   const ld s = ld(x) * x + ld(y) * y;
   if (s < 0.5L || s > 2.0L) return 0.5L * lcore::logl(s);
   ld hi, lo;
-  norm_minus_one(x, y, hi, lo);
-  const ld v = hi + lo;
-  const ld dv = (hi - v) + lo;
-  return 0.5L * (lcore::log1pl(v) + dv / (1.0L + v));
+  ln_abs_pair(x, y, hi, lo);
+  return hi + lo;
 }
 
 inline void ln_finite(double x, double y, ld &lr, ld &li) {
@@ -112,31 +142,79 @@ inline Parts<R> ln_element(R x, R y, ld scale_by) {
 
 // ---- power ----------------------------------------------------------------------------------
 
-// e^(pr + i pim) rounded to R, for finite pr, pim.
-template <class R>
-inline Parts<R> exp_ext_parts(ld pr, ld pim) {
-  const ld c = pr > 12000.0L ? 12000.0L : pr < -12000.0L ? -12000.0L : pr;
-  int K;
-  const ld m = lcore::exp_parts(c, K);
-  ld s, co;
-  lcore::sincosl(pim, s, co);
-  return {R(lcore::scale(m * co, K)), R(lcore::scale(m * s, K))};
+// u a + v b as a pair, a and b pairs: exact products of the high parts, first order in the
+// low ones.
+inline void dot_pair(ld u, ld ah, ld al, ld v, ld bh, ld bl, ld &hi, ld &lo) {
+  ld p1, e1, p2, e2, s, e;
+  lcore::two_prod(u, ah, p1, e1);
+  lcore::two_prod(v, bh, p2, e2);
+  lcore::two_sum(p1, p2, s, e);
+  const ld t = e + ((e1 + e2) + (u * al + v * bl));
+  lcore::two_sum(s, t, hi, lo);
 }
 
 // z^w for finite z != 0, finite w; pr_out is Re(w ln z) for the underflow test.
 template <class R>
 inline Parts<R> pow_finite(R x, R y, R u, R v, ld &pr_out) {
-  ld lr, li;
-  ln_finite(double(x), double(y), lr, li);
-  const ld pr = ld(u) * lr - ld(v) * li;
-  const ld pim = ld(u) * li + ld(v) * lr;
-  pr_out = pr;
-  return exp_ext_parts<R>(pr, pim);
+  ld lrh, lrl, lih, lil;
+  ln_abs_pair(double(x), double(y), lrh, lrl);
+  lcore::atan2_pair(y, x, lih, lil);
+  ld prh, prl, pih, pil;
+  dot_pair(u, lrh, lrl, -ld(v), lih, lil, prh, prl);
+  dot_pair(u, lih, lil, v, lrh, lrl, pih, pil);
+  pr_out = prh;
+  const ld c = prh > 12000.0L ? 12000.0L : prh < -12000.0L ? -12000.0L : prh;
+  int K;
+  ld m = lcore::exp_parts(c, K);
+  m += m * prl;
+  ld s, co;
+  lcore::sincos_pair(pih, pil, s, co);
+  return {R(lcore::scale(m * co, K)), R(lcore::scale(m * s, K))};
 }
 
 template <class R>
 inline bool pow_is_special(R x, R y, R u, R v) {
   return ln_is_special(x, y) || !(std::isfinite(u) && std::isfinite(v));
+}
+
+// (a + ib)(c + id) on the element type by the C annex's multiplication: when the plain parts
+// are both NaN, an infinite factor still gives an infinity, and so does a product that
+// overflowed.
+template <class R>
+inline void mul_annex(R a, R b, R c, R d, R &x, R &y) {
+  const R ac = a * c, bd = b * d, ad = a * d, bc = b * c;
+  x = ac - bd;
+  y = ad + bc;
+  if (!(std::isnan(x) && std::isnan(y))) return;
+  auto box = [](R v) { return std::copysign(std::isinf(v) ? R(1) : R(0), v); };
+  auto unnan = [](R v) { return std::isnan(v) ? std::copysign(R(0), v) : v; };
+  bool recalc = false;
+  if (std::isinf(a) || std::isinf(b)) {
+    a = box(a);
+    b = box(b);
+    c = unnan(c);
+    d = unnan(d);
+    recalc = true;
+  }
+  if (std::isinf(c) || std::isinf(d)) {
+    c = box(c);
+    d = box(d);
+    a = unnan(a);
+    b = unnan(b);
+    recalc = true;
+  }
+  if (!recalc && (std::isinf(ac) || std::isinf(bd) || std::isinf(ad) || std::isinf(bc))) {
+    a = unnan(a);
+    b = unnan(b);
+    c = unnan(c);
+    d = unnan(d);
+    recalc = true;
+  }
+  if (recalc) {
+    const R inf = std::numeric_limits<R>::infinity();
+    x = inf * (a * c - b * d);
+    y = inf * (a * d + b * c);
+  }
 }
 
 // The composition on the element type, for z = 0 or a non-finite part.
@@ -145,9 +223,8 @@ template <class R>
   Parts<R> l;
   if (ln_is_special(x, y)) l = ln_special(x, y, 1.0L);
   else l = ln_element<R>(x, y, 1.0L);
-  const R inf = std::numeric_limits<R>::infinity();
-  R pr = u * l.re - v * l.im, pim = u * l.im + v * l.re;
-  complex_special::mul_recover<R>(u, v, l.re, l.im, pr, pim, inf);
+  R pr, pim;
+  mul_annex(u, v, l.re, l.im, pr, pim);
   if (exp_is_special(pr, pim)) return exp_special(pr, pim);
   if (pim == R(0)) return exp_real_axis(pr, pim);
   return exp_finite(pr, pim);

@@ -80,6 +80,16 @@ inline void two_sum(ld a, ld b, ld &s, ld &e) {
   e = (a - (s - bb)) + (b - bb);
 }
 
+// a b = p + e exactly (Dekker: 64-bit significands split in halves of 32 bits).
+inline void two_prod(ld a, ld b, ld &p, ld &e) {
+  constexpr ld kSplit = 4294967297.0L;  // 2^32 + 1
+  const ld ca = a * kSplit, cb = b * kSplit;
+  const ld ah = ca - (ca - a), al = a - ah;
+  const ld bh = cb - (cb - b), bl = b - bh;
+  p = a * b;
+  e = ((ah * bh - p) + ah * bl + al * bh) + al * bl;
+}
+
 struct ExpReduced {
   ld p;   // expm1(r)
   int j;  // table row
@@ -126,8 +136,9 @@ inline ld log1p_tail(ld r) {
          (c[0] + r * (c[1] + r * (c[2] + r * (c[3] + r * (c[4] + r * (c[5] + r * c[6]))))));
 }
 
-// ln(2^e m) for m in [1, 2) given by its 64-bit significand (leading bit set).
-inline ld log_parts(int e, uint64_t mant) {
+// ln(2^e m) for m in [1, 2) given by its 64-bit significand (leading bit set), as the exact
+// table sum s and the rest (about 2^-64 |rest| + 2^-120 off).
+inline void log_parts(int e, uint64_t mant, ld &s_out, ld &rest) {
   const int i = int(mant >> 55) & 0xFF;
   struct {
     uint64_t mant;
@@ -145,10 +156,12 @@ inline ld log_parts(int e, uint64_t mant) {
   const ld ed = e;
   const ld s = ed * kLn2Hi + hpk_vmk_core_logl_table_256[2 * i];  // exact
   const ld lo = ed * kLn2Lo + hpk_vmk_core_logl_table_256[2 * i + 1];
-  return s + (r + (log1p_tail(r) + (lo + dr)));
+  s_out = s;
+  rest = r + (log1p_tail(r) + (lo + dr));
 }
 
-inline ld logl(ld x) {
+// ln x as s + rest (see log_parts), finite x > 0.
+inline void logl_parts(ld x, ld &s, ld &rest) {
   uint64_t mant;
   uint16_t se;
   std::memcpy(&mant, &x, 8);
@@ -160,7 +173,13 @@ inline ld logl(ld x) {
     std::memcpy(&se, reinterpret_cast<const char *>(&y) + 8, 2);
     e = int(se & 0x7FFF) - 16383 - 64;
   }
-  return log_parts(e, mant);
+  log_parts(e, mant, s, rest);
+}
+
+inline ld logl(ld x) {
+  ld s, rest;
+  logl_parts(x, s, rest);
+  return s + rest;
 }
 
 // ln(1 + x): |x| < 2^-8 by the polynomial on x itself; otherwise 1 + x = s + err exactly
@@ -182,6 +201,30 @@ inline void atan01(ld t, ld &hi, ld &lo) {
   const ld *a = kAtanPoly;
   hi = hpk_vmk_core_atanl_table_128[2 * k];
   lo = hpk_vmk_core_atanl_table_128[2 * k + 1] + (u + u * u2 * (a[0] + u2 * (a[1] + u2 * a[2])));
+}
+
+// atan(t + t_lo) for 0 <= t <= 1 as hi + lo to about 2^-70 absolute: the quotient u and the
+// denominator 1 + t c carry their rounding errors, and t_lo enters to first order.
+inline void atan01_pair(ld t, ld t_lo, ld &hi, ld &lo) {
+  int k = int(shifted_int(t * 128.0L + kShift));
+  if (k > 127) k = 127;
+  const ld c = ld(k) * 0x1p-7L;
+  const ld num = t - c;  // exact
+  ld tc, tce, den, dene;
+  two_prod(t, c, tc, tce);
+  two_sum(1.0L, tc, den, dene);
+  dene += tce;
+  const ld u = num / den;
+  ld p, pe;
+  two_prod(u, den, p, pe);
+  const ld u_lo = (((num - p) - pe) - u * dene) / den;
+  const ld u2 = u * u;
+  const ld *a = kAtanPoly;
+  hi = hpk_vmk_core_atanl_table_128[2 * k];
+  const ld poly = u * u2 * (a[0] + u2 * (a[1] + u2 * a[2]));
+  ld e;
+  two_sum(hi, u, hi, e);
+  lo = e + (hpk_vmk_core_atanl_table_128[2 * k + 1] + (poly + u_lo * (1.0L - u2) + t_lo / (1.0L + t * t)));
 }
 
 // pi/2 - (hi + lo) as a pair.
@@ -224,15 +267,24 @@ inline ld atan2l(ld y, ld x) {
   return __builtin_signbit(y) ? -v : v;
 }
 
-inline void sincosl(ld x, ld &s, ld &c) {
+// sin and cos of x + x_lo, |x_lo| <= ulp(x) (dropped from |x| >= 2^62 on, where it is not
+// below pi/4).
+inline void sincos_pair(ld x, ld x_lo, ld &s, ld &c) {
   if (x == 0.0L) {  // keeps the zero's sign, which the corrections below would turn into +0
     s = x;
     c = 1.0L;
     return;
   }
-  ld hi = x, lo = 0.0L;
+  ld hi = x, lo = x_lo;
   int q = 0;
-  if (!(__builtin_fabsl(x) < 0x1.921fb54442d18p-1L)) q = trig::reduce_pio2_ld(x, hi, lo);
+  if (!(__builtin_fabsl(x) < 0x1.921fb54442d18p-1L)) {
+    q = trig::reduce_pio2_ld(x, hi, lo);
+    if (__builtin_fabsl(x) < 0x1p62L) {
+      ld e;
+      two_sum(hi, lo + x_lo, hi, e);
+      lo = e;
+    }
+  }
   const ld r2 = hi * hi;
   const ld *sp = kSinPoly, *cp = kCosPoly;
   const ld ps =
@@ -252,6 +304,32 @@ inline void sincosl(ld x, ld &s, ld &c) {
     default: s = -cv; c = sv; break;
   }
 }
+
+// atan2(y, x) as a normalised pair hi + lo, about 2^-70 relative; finite, not both zero, and
+// the quotient of the smaller by the larger magnitude normal.
+inline void atan2_pair(ld y, ld x, ld &hi, ld &lo) {
+  const ld ax = __builtin_fabsl(x), ay = __builtin_fabsl(y);
+  const bool swap = ay > ax;
+  const ld n = swap ? ax : ay, d = swap ? ay : ax;
+  const ld t = n / d;
+  ld p, pe;
+  two_prod(t, d, p, pe);
+  const ld t_lo = ((n - p) - pe) / d;
+  atan01_pair(t, t_lo, hi, lo);
+  if (swap) pio2_minus(hi, lo);
+  if (x < 0) {
+    ld s, e;
+    two_sum(kPiHi, -hi, s, e);
+    hi = s;
+    lo = e + (kPiLo - lo);
+  }
+  ld s, e;
+  two_sum(hi, lo, s, e);
+  hi = __builtin_signbit(y) ? -s : s;
+  lo = __builtin_signbit(y) ? -e : e;
+}
+
+inline void sincosl(ld x, ld &s, ld &c) { sincos_pair(x, 0.0L, s, c); }
 
 inline void sinhcoshl(ld x, ld &sh, ld &ch) {
   const ld a = __builtin_fabsl(x);
