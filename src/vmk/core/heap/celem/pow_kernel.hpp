@@ -57,10 +57,10 @@ template <class T, class R>
     report_error<T>(kStatusDomain, i, a, b, y, y, name);
 }
 
-// Element i with exponent u + iv; b is the second array handed to the dispatcher.
+// Element i, base x + iz and exponent u + iv (a packed pass may have stored over a in place);
+// b is the second array handed to the dispatcher.
 template <class T, class R>
-inline void pow_at(int i, R u, R v, const T *a, const T *b, T *y, const char *name) {
-  const R x = a[i].re, z = a[i].im;
+inline void pow_at(int i, R x, R z, R u, R v, const T *a, const T *b, T *y, const char *name) {
   if (__builtin_expect(pow_is_special(x, z, u, v), 0)) return pow_rare<T, R>(i, x, z, u, v, a, b, y, name);
   ld pr;
   const Parts<R> p = pow_finite(x, z, u, v, pr);
@@ -72,12 +72,12 @@ inline void pow_at(int i, R u, R v, const T *a, const T *b, T *y, const char *na
 
 template <class T, class R>
 void pow_array(int n, const T *a, const T *b, T *y, const char *name) {
-  for (int i = 0; i < n; ++i) pow_at<T, R>(i, b[i].re, b[i].im, a, b, y, name);
+  for (int i = 0; i < n; ++i) pow_at<T, R>(i, a[i].re, a[i].im, b[i].re, b[i].im, a, b, y, name);
 }
 
 template <class T, class R>
 void powx_array(int n, const T *a, T b, T *y, const char *name) {
-  for (int i = 0; i < n; ++i) pow_at<T, R>(i, b.re, b.im, a, a, y, name);
+  for (int i = 0; i < n; ++i) pow_at<T, R>(i, a[i].re, a[i].im, b.re, b.im, a, a, y, name);
 }
 
 }  // namespace hpk::vmk::celem
