@@ -165,18 +165,17 @@ inline void dot_pair(ld u, ld ah, ld al, ld v, ld bh, ld bl, ld &hi, ld &lo) {
 }
 
 // z^w for finite z != 0, finite w; pr_out is Re(w ln z) for the underflow test.
-// First in plain extended values: P is then within about 2^-62 (|u lr| + |v li| + |u li| +
-// |v lr|) absolute, enough for single always, and for double when that sum is below 8 (2^-59
-// absolute, a few 2^-7 ulp). Larger products take the pairs.
+// Single elements (the rare lanes of the packed single route) need only plain extended values:
+// P is then within about 2^-62 (|u lr| + |v li| + |u li| + |v lr|) absolute. Double elements
+// take the pairs always: with plain values a part far below the modulus (an angle next to a
+// multiple of pi/2) would lose its last bits.
 template <class R>
 inline Parts<R> pow_finite(R x, R y, R u, R v, ld &pr_out) {
-  ld lr, li;
-  ln_finite(double(x), double(y), lr, li);
-  const ld ulr = ld(u) * lr, vli = ld(v) * li, uli = ld(u) * li, vlr = ld(v) * lr;
-  if (sizeof(R) == 4 ||
-      __builtin_fabsl(ulr) + __builtin_fabsl(vli) + __builtin_fabsl(uli) + __builtin_fabsl(vlr) < 8.0L) {
-    pr_out = ulr - vli;
-    return exp_ext_parts<R>(ulr - vli, uli + vlr);
+  if constexpr (sizeof(R) == 4) {
+    ld lr, li;
+    ln_finite(double(x), double(y), lr, li);
+    pr_out = ld(u) * lr - ld(v) * li;
+    return exp_ext_parts<R>(pr_out, ld(u) * li + ld(v) * lr);
   }
   ld lrh, lrl, lih, lil;
   ln_abs_pair(double(x), double(y), lrh, lrl);

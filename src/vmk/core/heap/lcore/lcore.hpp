@@ -287,11 +287,13 @@ inline void sincos_pair(ld x, ld x_lo, ld &s, ld &c) {
   }
   const ld r2 = hi * hi;
   const ld *sp = kSinPoly, *cp = kCosPoly;
-  const ld ps =
-      sp[0] +
-      r2 * (sp[1] + r2 * (sp[2] + r2 * (sp[3] + r2 * (sp[4] + r2 * (sp[5] + r2 * (sp[6] + r2 * (sp[7] + r2 * sp[8])))))));
-  const ld pc =
-      cp[0] + r2 * (cp[1] + r2 * (cp[2] + r2 * (cp[3] + r2 * (cp[4] + r2 * (cp[5] + r2 * (cp[6] + r2 * cp[7]))))));
+  // Estrin's scheme: the chains are short; the terms past the second are below 2^-16 of the
+  // sum, so the regrouping changes the rounding by far less than an ulp.
+  const ld r4 = r2 * r2, r8 = r4 * r4;
+  const ld ps = (sp[0] + r2 * sp[1]) + r4 * (sp[2] + r2 * sp[3]) +
+                r8 * ((sp[4] + r2 * sp[5]) + r4 * (sp[6] + r2 * sp[7]) + r8 * sp[8]);
+  const ld pc = (cp[0] + r2 * cp[1]) + r4 * (cp[2] + r2 * cp[3]) +
+                r8 * ((cp[4] + r2 * cp[5]) + r4 * (cp[6] + r2 * cp[7]));
   const ld sv = hi + (hi * r2 * ps + (lo - lo * r2 * 0.5L));
   const ld h = r2 * 0.5L;
   const ld w = 1.0L - h;
