@@ -109,7 +109,8 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
 
 /* ---- complex elementary functions: special values and statuses ------------------------- */
 
-/* The complex elementary kernels (cExp, zExp, cSqrt, zSqrt) give the special values of the C
+/* The complex elementary kernels (cExp, zExp, cSqrt, zSqrt, cLn, zLn, cLog10, zLog10, cPow,
+ * zPow, cPowx, zPowx) give the special values of the C
  * complex functions (branch cut of Sqrt on the negative real axis, continuous from above; the
  * sign of a zero part kept; a NaN part gives NaN parts except where an infinite or zero part
  * decides the result). Their statuses, element by element under the names "vcExp", "vzSqrt"...:
@@ -118,7 +119,21 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *                 number of the type;
  *   1 domain      Exp of a finite real part with an infinite imaginary part (the result
  *                 NaN + i NaN, as the real sine and cosine of an infinity).
- * NaN parts report nothing; Sqrt reports nothing (no finite element overflows). */
+ * NaN parts report nothing; Sqrt reports nothing (no finite element overflows).
+ * Ln and Log10 (cLn, zLn, cLog10, zLog10): branch cut on the negative real axis, the sign of a
+ * zero imaginary part picking the side (ln(-x + i0) = ln x + i pi, ln(-x - i0) = ln x - i pi);
+ * ln(+-0 + i0) = -inf + i0 or -inf + i pi (the zero's sign kept) with status 2 singularity,
+ * their only status; an infinite part gives +inf with the angle of the infinities (pi/4,
+ * 3 pi/4, pi/2, 0, pi; NaN beside a NaN). Log10 is Ln times 1/ln 10.
+ * Pow and Powx (cPow, zPow, cPowx, zPowx): z^w = e^(w ln z); where the base is zero or a part
+ * is not finite, the composition is carried out as cexp(w * clog(z)) with the multiplication of
+ * the C annex (its recovery of infinities included). Statuses:
+ *   2 singularity  a zero base whose result has an infinite part;
+ *   3 overflow     a finite element whose result has an infinite part;
+ *   1 domain       an element without NaN parts whose result has a NaN part;
+ *   4 underflow    a finite element with a non-zero base whose modulus lies below the least
+ *                  normal number of the type.
+ * A zero base with Re w > 0 gives an exact zero and no status. */
 
 /* ---- gamma function: statuses ---------------------------------------------------------- */
 

@@ -94,8 +94,12 @@
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
   X(s, Ln, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                             \
   X(d, Ln, ONE, HAynn, HAynn, HAynn, 29.75f, 29.75f, 29.75f)                          \
+  X(c, Ln, ONE, LAynn, HAynn, EPnnn, 76.04f, 111.67f, 56.36f)                         \
+  X(z, Ln, ONE, HAynn, HAynn, HAynn, 277.0f, 277.0f, 277.0f)                          \
   X(s, Log10, ONE, HAynn, HAynn, HAynn, 23.0f, 23.0f, 23.0f)                          \
   X(d, Log10, ONE, HAynn, HAynn, HAynn, 37.0f, 37.0f, 37.0f)                          \
+  X(c, Log10, ONE, HAynn, HAynn, HAynn, 84.0f, 84.0f, 84.0f)                          \
+  X(z, Log10, ONE, HAynn, HAynn, HAynn, 278.0f, 278.0f, 278.0f)                       \
   X(s, Log1p, ONE, HAynn, HAynn, HAynn, 59.0f, 59.0f, 59.0f)                          \
   X(d, Log1p, ONE, HAynn, HAynn, HAynn, 57.0f, 57.0f, 57.0f)                          \
   X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
@@ -122,12 +126,16 @@
   X(z, PackV, PACK_V, HAynn, HAynn, HAynn, 1111.0f, 1111.0f, 1111.0f)                 \
   X(s, Pow, TWO, HAynn, HAynn, HAynn, 25.9f, 25.9f, 25.9f)                            \
   X(d, Pow, TWO, HAynn, HAynn, HAynn, 102.57f, 102.57f, 102.57f)                      \
+  X(c, Pow, TWO, HAynn, HAynn, HAynn, 189.0f, 189.0f, 189.0f)                         \
+  X(z, Pow, TWO, HAynn, HAynn, HAynn, 1920.0f, 1920.0f, 1920.0f)                      \
   X(s, Pow2o3, ONE, HAynn, HAynn, HAynn, 20.4f, 20.4f, 20.4f)                         \
   X(d, Pow2o3, ONE, HAynn, HAynn, HAynn, 47.6f, 47.6f, 47.6f)                         \
   X(s, Pow3o2, ONE, HAynn, HAynn, HAynn, 6.9f, 6.9f, 6.9f)                            \
   X(d, Pow3o2, ONE, HAynn, HAynn, HAynn, 12.2f, 12.2f, 12.2f)                         \
   X(s, Powx, POWX, HAynn, HAynn, HAynn, 24.1f, 24.1f, 24.1f)                          \
   X(d, Powx, POWX, HAynn, HAynn, HAynn, 39.4f, 39.4f, 39.4f)                          \
+  X(c, Powx, POWX, HAynn, HAynn, HAynn, 190.0f, 190.0f, 190.0f)                       \
+  X(z, Powx, POWX, HAynn, HAynn, HAynn, 1940.0f, 1940.0f, 1940.0f)                    \
   X(s, Rint, ONE, HAynn, HAynn, HAynn, 1.1f, 1.1f, 1.1f)                              \
   X(d, Rint, ONE, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                              \
   X(s, Round, ONE, HAynn, HAynn, HAynn, 2.3f, 2.3f, 2.3f)                             \
