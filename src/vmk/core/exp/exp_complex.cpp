@@ -61,12 +61,12 @@ template <class T, class R>
   }
 }
 
-// One element of the high accuracy route, with its status.
+// One element of the high accuracy route, from its parts x + i z (read by the caller before any
+// store of its pass, so that an in-place call sees the input), stored to y[i] with its status.
 template <class T, class R>
-inline void exp_element(int i, const T *a, T *y, const char *name) {
+inline void exp_element(int i, R x, R z, const T *a, T *y, const char *name) {
   // Finite real parts outside (kUnder, over) may overflow or underflow: checked after.
   constexpr R over = R(std::numeric_limits<R>::max_exponent) * R(0.6931471805599453) - R(1);
-  const R x = a[i].re, z = a[i].im;
   celem::Parts<R> p;
   if (__builtin_expect(celem::exp_is_special(x, z), 0)) p = celem::exp_special(x, z);
   else if (z == R(0)) p = celem::exp_real_axis(x, z);
@@ -78,8 +78,8 @@ inline void exp_element(int i, const T *a, T *y, const char *name) {
 }
 
 template <class T, class R>
-void exp_array(int n, const T *a, T *y, const char *name) {
-  for (int i = 0; i < n; ++i) exp_element<T, R>(i, a, y, name);
+inline void exp_element(int i, const T *a, T *y, const char *name) {
+  exp_element<T, R>(i, a[i].re, a[i].im, a, y, name);
 }
 
 // e^x cis y on two lanes of double, the lanes within the packed route's bounds.
@@ -136,7 +136,7 @@ void exp_double_ha(int n, const hpk_complex16 *a, hpk_complex16 *y) {
     if (__builtin_expect(rare != 0, 0)) {
       const X87ControlScope control(X87ControlScope::kExtended);
       for (int k = 0; k < 2; ++k)
-        if (rare >> k & 1) exp_element<hpk_complex16, double>(i + k, a, y, "vzExp");
+        if (rare >> k & 1) exp_element<hpk_complex16, double>(i + k, x[k], z[k], a, y, "vzExp");
     }
   }
   if (i < n) {
@@ -165,7 +165,7 @@ void exp_single_ha(int n, const hpk_complex8 *a, hpk_complex8 *y) {
     if (__builtin_expect(rare != 0, 0)) {
       const X87ControlScope control(X87ControlScope::kExtended);
       for (int k = 0; k < 4; ++k)
-        if (rare >> k & 1) exp_element<hpk_complex8, float>(i + k, a, y, "vcExp");
+        if (rare >> k & 1) exp_element<hpk_complex8, float>(i + k, v.re[k], v.im[k], a, y, "vcExp");
     }
   }
   if (i < n) {
@@ -191,7 +191,7 @@ void exp_single_la(int n, const hpk_complex8 *a, hpk_complex8 *y) {
     if (__builtin_expect(rare != 0, 0)) {
       const X87ControlScope control(X87ControlScope::kExtended);
       for (int k = 0; k < 4; ++k)
-        if (rare >> k & 1) exp_element<hpk_complex8, float>(i + k, a, y, "vcExp");
+        if (rare >> k & 1) exp_element<hpk_complex8, float>(i + k, v.re[k], v.im[k], a, y, "vcExp");
     }
   }
   if (i < n) {
