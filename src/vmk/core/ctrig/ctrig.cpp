@@ -2,7 +2,9 @@
 // factor table in heap/celem/ctrig_scalar.hpp), under control scheme B with the target 0x300.
 //
 // z: the element route of the extended-precision core, one element at a time (relative error
-// below 2^-59 before the one rounding of each part).
+// below 2^-59 before the one rounding of each part). Its sine and cosine pairs come from the
+// trig core in SSE double arithmetic, so both kernels run under scheme A as well: the caller's
+// rounding mode reaches neither.
 //
 // c: four elements a pass in double, parts apart, each part rounded once to single:
 //   sn, cs   the trig core's single route (within 2^-34 relative, also next to the zeros);
@@ -14,8 +16,7 @@
 // |t| < 90112 (the single trig route) and |h| < 88 (where cosh h < 2^127: no part can overflow
 // and sh^2 stays far from the double range's end). Other elements (non-finite parts included)
 // go through the element route of the extended core, which also gives their statuses; the
-// packed lanes raise none. The SSE arithmetic runs under scheme A besides, so that the
-// caller's rounding mode cannot reach it.
+// packed lanes raise none.
 //
 // Statuses, element by element after its result is stored (names "vcSin", "vzTanh", ...):
 //   3 overflow    a finite element with an infinite part
@@ -190,6 +191,7 @@ template <CTrig F>
 void run_z(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   if (n <= 0) return;
   const X87ControlScope x87(X87ControlScope::kExtended);
+  const SseControlScope sse(current_mode());  // the trig core's pairs are SSE arithmetic
   ctrig_array<F, hpk_complex16, double>(n, a, y);
 }
 
