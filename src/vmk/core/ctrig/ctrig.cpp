@@ -1,10 +1,13 @@
 // Complex Sin, Cos, Tan, Sinh, Cosh, Tanh for c and z: one template over the function (the
 // factor table in heap/celem/ctrig_scalar.hpp), under control scheme B with the target 0x300.
 //
-// z: the element route of the extended-precision core, one element at a time (relative error
-// below 2^-59 before the one rounding of each part). Its sine and cosine pairs come from the
-// trig core in SSE double arithmetic, so both kernels run under scheme A as well: the caller's
-// rounding mode reaches neither.
+// z: two elements a pass in double-double (see double_pass): the factors as normalised pairs
+// (sn, cs within 2^-70, ch 2^-58, sh 2^-56.5), each product exact in its high part, so each
+// part is within about 2^-55.5 of its value before its one rounding: 0.5 ulp + 2^-2.5 ulp.
+// Elements outside the pass take the element route of the extended-precision core (relative
+// error below 2^-59 before the one rounding of each part), statuses included. The trig core's
+// pairs are SSE arithmetic, so both kernels run under scheme A as well as scheme B: the
+// caller's rounding mode reaches neither.
 //
 // c: four elements a pass in double, parts apart, each part rounded once to single:
 //   sn, cs   the trig core's single route (within 2^-34 relative, also next to the zeros);
@@ -79,11 +82,6 @@ inline void ctrig_element(int i, R x, R z, const T *a, T *y) {
   // Finite parts from finite parts report nothing: test the result first.
   if (__builtin_expect(!(std::isfinite(p.re) && std::isfinite(p.im)), 0))
     ctrig_report<F, T, R>(i, x, z, p, a, y);
-}
-
-template <CTrig F, class T, class R>
-void ctrig_array(int n, const T *a, T *y) {
-  for (int i = 0; i < n; ++i) ctrig_element<F, T, R>(i, a[i].re, a[i].im, a, y);
 }
 
 // ---- single: the packed pass ---------------------------------------------------------------
@@ -187,12 +185,133 @@ void run_c(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   single_array<F>(n, a, y);
 }
 
+// ---- double: the packed pass in double-double ---------------------------------------------
+
+using simd::vdd;
+
+// hi + lo with |lo| <= ulp(hi) / 2, for |hi| >= |lo| or hi = 0.
+[[gnu::always_inline]] inline vdd normal(vd hi, vd lo) { return hyperbolic::fast_two_sum(hi, lo); }
+
+// (a.hi + a.lo)(b.hi + b.lo) as a double-double to about 2^-104 relative of normalised pairs,
+// the high product exact by halves cut by masking (no overflow for parts near 2^1020); a zero
+// product keeps the sign of the plain product.
+[[gnu::always_inline]] inline vdd dd_mul(const vdd &a, const vdd &b) {
+  const vdd p = lanes::product(a.hi, lanes::split26(a.hi), b.hi, lanes::split26(b.hi));
+  return {p.hi, p.lo + (a.hi * b.lo + a.lo * b.hi)};
+}
+[[gnu::always_inline]] inline vd dd_round(const vdd &a) { return lanes::add_tail(a.hi, a.lo); }
+
+// n / d rounded once: q = n.hi / d.hi, then one correction with the exact product q d.hi.
+[[gnu::always_inline]] inline vd dd_div(const vdd &n, const vdd &d) {
+  const vd q = n.hi / d.hi;
+  const vdd qd = lanes::product(q, lanes::split26(q), d.hi, lanes::split26(d.hi));
+  const vd num = (((n.hi - qd.hi) - qd.lo) + n.lo) - q * d.lo;
+  return lanes::add_tail(q, num / d.hi);
+}
+
+struct LaneFactorsDD {
+  vdd sh, ch, sn, cs;
+};
+
+// The four factors as normalised pairs: sn, cs within 2^-70 (the trig core's pairs), ch within
+// 2^-58, sh within 2^-56.5 (the difference of the halves for |h| >= 1/4, where it loses at
+// most coth(1/4) < 4.1) or 2^-60 (h + h^3 S(h^2) below 1/4, the correction rounded at its own
+// size, 2^-9 of h at most). For |t| < 90112, |h| < 709.
+[[gnu::always_inline]] inline LaneFactorsDD lane_factors_dd(vd h, vd t) {
+  using namespace hyperbolic;
+  LaneFactorsDD f;
+  const vd ah = vabs(h);
+  const ExpParts e = exp_parts<true>(ah);
+  const vdd c = fast_two_sum(e.pos_hi, e.neg_hi);
+  f.ch = normal(c.hi, c.lo + (e.pos_lo + e.neg_lo));
+  const vdd d = fast_two_sum(e.pos_hi, -e.neg_hi);
+  const vdd large = normal(d.hi, d.lo + (e.pos_lo - e.neg_lo));
+  const vd h2 = ah * ah;
+  vd poly = c2(hyperbolic_tables::kSinhPoly[hyperbolic_tables::kSinhPolyLen - 1]);
+  for (int k = hyperbolic_tables::kSinhPolyLen - 2; k >= 0; --k)
+    poly = c2(hyperbolic_tables::kSinhPoly[k]) + h2 * poly;
+  const vdd small = normal(ah, (ah * h2) * poly);
+  const vd is_small = (vd)(ah < 0.25);
+  const vd sg = sign_of(h);
+  f.sh = {with_sign(simd::select(is_small, small.hi, large.hi), sg),
+          simd::xor_bits(simd::select(is_small, small.lo, large.lo), sg)};
+  const trig::Arg<vd> a = trig::reduce_pio32(t, vd{});
+  const vd r2 = a.r * a.r;
+  const vd ps = trig::poly_s(r2), pc = trig::poly_c(r2);
+  trig::from_row_dd(trig::row(a.t, 0), a, ps, pc, f.sn.hi, f.sn.lo);
+  trig::from_row_dd(trig::row(a.t, 16), a, ps, pc, f.cs.hi, f.cs.lo);
+  // sin(+-0) = +-0
+  f.sn.hi = simd::select((vd)(t == 0.0), t, f.sn.hi);
+  return f;
+}
+
+// Two elements from src to dst (dst may be src); returns the mask of the elements outside the
+// pass's range: |t| < 90112 and |h| below 709 (products) or 20 (quotients, where sh^2 stays
+// small and the real part is +-1 within 2^-57 from there on), each part zero or at least
+// 2^-500 (so no product of two factors falls below 2^-1000 and loses its low part).
+template <CTrig F>
+[[gnu::always_inline]] inline int double_pass(const hpk_complex16 *src, hpk_complex16 *dst) {
+  const lanes::Z2 v = lanes::load_z2(src);
+  const vd h = celem::is_circular(F) ? v.im : v.re;
+  const vd t = celem::is_circular(F) ? v.re : v.im;
+  const vd ah = hyperbolic::vabs(h), at = hyperbolic::vabs(t);
+  constexpr double hmax = celem::is_quotient(F) ? 20.0 : 709.0;
+  const vd tiny = (vd)(((ah < 0x1p-500) & (ah != 0.0)) | ((at < 0x1p-500) & (at != 0.0)));
+  const vd ok = simd::andnot_bits(tiny, (vd)((at < 90112.0) & (ah < hmax)));
+  const LaneFactorsDD f = lane_factors_dd(h, t);
+  vd re, im;
+  if constexpr (F == CTrig::kSinh) {
+    re = dd_round(dd_mul(f.sh, f.cs));
+    im = dd_round(dd_mul(f.ch, f.sn));
+  } else if constexpr (F == CTrig::kCosh) {
+    re = dd_round(dd_mul(f.ch, f.cs));
+    im = dd_round(dd_mul(f.sh, f.sn));
+  } else if constexpr (F == CTrig::kSin) {
+    re = dd_round(dd_mul(f.sn, f.ch));
+    im = dd_round(dd_mul(f.cs, f.sh));
+  } else if constexpr (F == CTrig::kCos) {
+    re = dd_round(dd_mul(f.cs, f.ch));
+    im = -dd_round(dd_mul(f.sn, f.sh));
+  } else {
+    const vdd d = lanes::dd_add(dd_mul(f.sh, f.sh), dd_mul(f.cs, f.cs));
+    const vd hyp = dd_div(dd_mul(f.sh, f.ch), d), circ = dd_div(dd_mul(f.sn, f.cs), d);
+    re = F == CTrig::kTanh ? hyp : circ;
+    im = F == CTrig::kTanh ? circ : hyp;
+  }
+  lanes::store_z2(dst, lanes::interleave(re, im));
+  return simd::movemask(ok) ^ 3;
+}
+
+template <CTrig F>
+[[gnu::cold, gnu::noinline]] void double_rare(int i, int rare, const hpk_complex16 *v,
+                                              const hpk_complex16 *a, hpk_complex16 *y) {
+  for (int k = 0; k < 2; ++k)
+    if (rare >> k & 1) ctrig_element<F, hpk_complex16, double>(i + k, v[k].re, v[k].im, a, y);
+}
+
+template <CTrig F>
+void double_array(int n, const hpk_complex16 *a, hpk_complex16 *y) {
+  int i = 0;
+  for (; i + 2 <= n; i += 2) {
+    hpk_complex16 v[2];
+    __builtin_memcpy(v, a + i, sizeof v);
+    const int rare = double_pass<F>(v, y + i);
+    if (__builtin_expect(rare != 0, 0)) double_rare<F>(i, rare, v, a, y);
+  }
+  if (i < n) {
+    hpk_complex16 v[2] = {a[i], {}}, r[2];
+    const int rare = double_pass<F>(v, r) & 1;
+    y[i] = r[0];
+    if (rare) double_rare<F>(i, rare, v, a, y);
+  }
+}
+
 template <CTrig F>
 void run_z(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   if (n <= 0) return;
   const X87ControlScope x87(X87ControlScope::kExtended);
-  const SseControlScope sse(current_mode());  // the trig core's pairs are SSE arithmetic
-  ctrig_array<F, hpk_complex16, double>(n, a, y);
+  const SseControlScope sse(current_mode());
+  double_array<F>(n, a, y);
 }
 
 }  // namespace
