@@ -58,12 +58,12 @@
   X(z, Conj, ONE, HAynn, HAynn, HAynn, 1.24f, 1.24f, 1.24f)                           \
   X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
   X(d, Cos, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
-  X(c, Cos, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                           \
-  X(z, Cos, ONE, HAynn, HAynn, HAynn, 150.0f, 150.0f, 150.0f)                        \
+  X(c, Cos, ONE, HAynn, HAynn, HAynn, 41.2f, 41.2f, 41.2f)                           \
+  X(z, Cos, ONE, HAynn, HAynn, HAynn, 92.8f, 92.8f, 92.8f)                           \
   X(s, Cosh, ONE, HAynn, HAynn, HAynn, 18.7f, 18.7f, 18.7f)                           \
   X(d, Cosh, ONE, HAynn, HAynn, HAynn, 17.0f, 17.0f, 17.0f)                           \
-  X(c, Cosh, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                          \
-  X(z, Cosh, ONE, HAynn, HAynn, HAynn, 150.0f, 150.0f, 150.0f)                       \
+  X(c, Cosh, ONE, HAynn, HAynn, HAynn, 41.9f, 41.9f, 41.9f)                          \
+  X(z, Cosh, ONE, HAynn, HAynn, HAynn, 92.6f, 92.6f, 92.6f)                          \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
@@ -132,14 +132,14 @@
   X(d, Round, ONE, HAynn, HAynn, HAynn, 5.3f, 5.3f, 5.3f)                             \
   X(s, Sin, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
   X(d, Sin, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
-  X(c, Sin, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                           \
-  X(z, Sin, ONE, HAynn, HAynn, HAynn, 150.0f, 150.0f, 150.0f)                        \
+  X(c, Sin, ONE, HAynn, HAynn, HAynn, 41.0f, 41.0f, 41.0f)                           \
+  X(z, Sin, ONE, HAynn, HAynn, HAynn, 90.8f, 90.8f, 90.8f)                           \
   X(s, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 16.0f, 16.0f, 16.0f)                     \
   X(d, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 36.0f, 36.0f, 36.0f)                     \
   X(s, Sinh, ONE, HAynn, HAynn, HAynn, 18.6f, 18.6f, 18.6f)                           \
   X(d, Sinh, ONE, HAynn, HAynn, HAynn, 23.4f, 23.4f, 23.4f)                           \
-  X(c, Sinh, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                          \
-  X(z, Sinh, ONE, HAynn, HAynn, HAynn, 150.0f, 150.0f, 150.0f)                       \
+  X(c, Sinh, ONE, HAynn, HAynn, HAynn, 41.7f, 41.7f, 41.7f)                          \
+  X(z, Sinh, ONE, HAynn, HAynn, HAynn, 91.9f, 91.9f, 91.9f)                          \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.71f, 0.71f, 0.71f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
@@ -152,12 +152,12 @@
   X(z, Sub, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.55f)                            \
   X(s, Tan, ONE, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                            \
   X(d, Tan, ONE, HAynn, HAynn, HAynn, 45.0f, 45.0f, 45.0f)                            \
-  X(c, Tan, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                           \
-  X(z, Tan, ONE, HAynn, HAynn, HAynn, 150.0f, 150.0f, 150.0f)                        \
+  X(c, Tan, ONE, HAynn, HAynn, HAynn, 42.6f, 42.6f, 42.6f)                           \
+  X(z, Tan, ONE, HAynn, HAynn, HAynn, 127.4f, 127.4f, 127.4f)                        \
   X(s, Tanh, ONE, HAynn, HAynn, HAynn, 15.3f, 15.3f, 15.3f)                           \
   X(d, Tanh, ONE, HAynn, HAynn, HAynn, 38.0f, 38.0f, 38.0f)                           \
-  X(c, Tanh, ONE, HAynn, HAynn, HAynn, 60.0f, 60.0f, 60.0f)                          \
-  X(z, Tanh, ONE, HAynn, HAynn, HAynn, 150.0f, 150.0f, 150.0f)                       \
+  X(c, Tanh, ONE, HAynn, HAynn, HAynn, 41.8f, 41.8f, 41.8f)                          \
+  X(z, Tanh, ONE, HAynn, HAynn, HAynn, 126.8f, 126.8f, 126.8f)                       \
   X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
   X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \
