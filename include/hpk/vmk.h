@@ -133,7 +133,17 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *   1 domain       an element without NaN parts whose result has a NaN part;
  *   4 underflow    a finite element with a non-zero base whose modulus lies below the least
  *                  normal number of the type.
- * A zero base with Re w > 0 gives an exact zero and no status. */
+ * A zero base with Re w > 0 gives an exact zero and no status.
+ * cSin, zSin, cCos, zCos, cTan, zTan, cSinh, zSinh, cCosh, zCosh, cTanh, zTanh: the special
+ * values of the C functions for Sinh, Cosh, Tanh (Tanh of +-0 + i inf or +-0 + i NaN gives
+ * +-0 + i NaN), Sin z = -i Sinh(iz), Cos z = Cosh(iz), Tan z = -i Tanh(iz) for the others;
+ * where the sign of an infinite or zero part beside a NaN is unspecified, + is chosen. Statuses:
+ *   3 overflow    a finite element with an infinite part (Sin, Cos, Sinh, Cosh of elements
+ *                 with a large hyperbolic argument; a part stays finite where its trigonometric
+ *                 factor is small enough);
+ *   1 domain      an element without NaN parts whose result has a NaN part (Sinh of x + i inf,
+ *                 Cosh of +-inf + i inf, Tan of +-inf + i y, ...).
+ * Tan and Tanh never overflow. */
 
 /* ---- gamma function: statuses ---------------------------------------------------------- */
 

@@ -50,28 +50,32 @@
   X(d, Atan2, TWO, HAynn, HAynn, HAynn, 26.0f, 26.0f, 26.0f)                          \
   X(s, Atanh, ONE, HAynn, HAynn, HAynn, 24.6f, 24.6f, 24.6f)                          \
   X(d, Atanh, ONE, HAynn, HAynn, HAynn, 32.0f, 32.0f, 32.0f)                          \
+  X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
+  X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, CdfNormInv, ONE, HAynn, HAynn, HAynn, 33.9f, 33.9f, 33.9f)                     \
   X(d, CdfNormInv, ONE, HAynn, HAynn, HAynn, 2285.24f, 2285.24f, 2285.24f)            \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
-  X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
-  X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
   X(c, Conj, ONE, HAynn, HAynn, HAynn, 0.62f, 0.62f, 0.62f)                           \
   X(z, Conj, ONE, HAynn, HAynn, HAynn, 1.24f, 1.24f, 1.24f)                           \
   X(s, Cos, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
   X(d, Cos, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
+  X(c, Cos, ONE, HAynn, HAynn, HAynn, 41.2f, 41.2f, 41.2f)                            \
+  X(z, Cos, ONE, HAynn, HAynn, HAynn, 92.8f, 92.8f, 92.8f)                            \
   X(s, Cosh, ONE, HAynn, HAynn, HAynn, 18.7f, 18.7f, 18.7f)                           \
   X(d, Cosh, ONE, HAynn, HAynn, HAynn, 17.0f, 17.0f, 17.0f)                           \
+  X(c, Cosh, ONE, HAynn, HAynn, HAynn, 41.9f, 41.9f, 41.9f)                           \
+  X(z, Cosh, ONE, HAynn, HAynn, HAynn, 92.6f, 92.6f, 92.6f)                           \
   X(s, Div, TWO, HAynn, HAynn, HAynn, 1.0f, 1.0f, 1.0f)                               \
   X(d, Div, TWO, HAynn, HAynn, HAynn, 3.2f, 3.2f, 3.2f)                               \
   X(c, Div, TWO, HAynn, HAynn, HAynn, 6.6f, 6.6f, 6.6f)                               \
   X(z, Div, TWO, HAynn, HAynn, HAynn, 1487.64f, 1487.64f, 1487.64f)                   \
-  X(s, Erf, ONE, HAynn, HAynn, HAynn, 37.7f, 37.7f, 37.7f)                           \
-  X(d, Erf, ONE, HAynn, HAynn, HAynn, 35.7f, 35.7f, 35.7f)                           \
-  X(s, Erfc, ONE, HAynn, HAynn, HAynn, 44.5f, 44.5f, 44.5f)                          \
-  X(d, Erfc, ONE, HAynn, HAynn, HAynn, 42.0f, 42.0f, 42.0f)                          \
+  X(s, Erf, ONE, HAynn, HAynn, HAynn, 37.7f, 37.7f, 37.7f)                            \
+  X(d, Erf, ONE, HAynn, HAynn, HAynn, 35.7f, 35.7f, 35.7f)                            \
+  X(s, Erfc, ONE, HAynn, HAynn, HAynn, 44.5f, 44.5f, 44.5f)                           \
+  X(d, Erfc, ONE, HAynn, HAynn, HAynn, 42.0f, 42.0f, 42.0f)                           \
   X(s, ErfcInv, ONE, HAynn, HAynn, HAynn, 35.5f, 35.5f, 35.5f)                        \
   X(d, ErfcInv, ONE, HAynn, HAynn, HAynn, 30.6f, 30.6f, 30.6f)                        \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
@@ -142,10 +146,14 @@
   X(d, Round, ONE, HAynn, HAynn, HAynn, 5.3f, 5.3f, 5.3f)                             \
   X(s, Sin, ONE, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                            \
   X(d, Sin, ONE, HAynn, HAynn, HAynn, 30.19f, 30.19f, 30.19f)                         \
+  X(c, Sin, ONE, HAynn, HAynn, HAynn, 41.0f, 41.0f, 41.0f)                            \
+  X(z, Sin, ONE, HAynn, HAynn, HAynn, 90.8f, 90.8f, 90.8f)                            \
   X(s, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 16.0f, 16.0f, 16.0f)                     \
   X(d, SinCos, TWO_OUT, HAynn, HAynn, HAynn, 36.0f, 36.0f, 36.0f)                     \
   X(s, Sinh, ONE, HAynn, HAynn, HAynn, 18.6f, 18.6f, 18.6f)                           \
   X(d, Sinh, ONE, HAynn, HAynn, HAynn, 23.4f, 23.4f, 23.4f)                           \
+  X(c, Sinh, ONE, HAynn, HAynn, HAynn, 41.7f, 41.7f, 41.7f)                           \
+  X(z, Sinh, ONE, HAynn, HAynn, HAynn, 91.9f, 91.9f, 91.9f)                           \
   X(s, Sqr, ONE, HAynn, HAynn, HAynn, 0.71f, 0.71f, 0.71f)                            \
   X(d, Sqr, ONE, HAynn, HAynn, HAynn, 1.39f, 1.39f, 1.39f)                            \
   X(s, Sqrt, ONE, HAynn, HAynn, HAynn, 5.9f, 5.9f, 5.9f)                              \
@@ -156,12 +164,16 @@
   X(d, Sub, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Sub, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
   X(z, Sub, TWO, HAynn, HAynn, EPnnn, 9.79f, 9.79f, 4.55f)                            \
+  X(s, TGamma, ONE, HAynn, HAynn, HAynn, 101.0f, 101.0f, 101.0f)                      \
+  X(d, TGamma, ONE, HAynn, HAynn, HAynn, 210.0f, 210.0f, 210.0f)                      \
   X(s, Tan, ONE, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                            \
   X(d, Tan, ONE, HAynn, HAynn, HAynn, 45.0f, 45.0f, 45.0f)                            \
+  X(c, Tan, ONE, HAynn, HAynn, HAynn, 42.6f, 42.6f, 42.6f)                            \
+  X(z, Tan, ONE, HAynn, HAynn, HAynn, 127.4f, 127.4f, 127.4f)                         \
   X(s, Tanh, ONE, HAynn, HAynn, HAynn, 15.3f, 15.3f, 15.3f)                           \
   X(d, Tanh, ONE, HAynn, HAynn, HAynn, 38.0f, 38.0f, 38.0f)                           \
-  X(s, TGamma, ONE, HAynn, HAynn, HAynn, 101.0f, 101.0f, 101.0f)                     \
-  X(d, TGamma, ONE, HAynn, HAynn, HAynn, 210.0f, 210.0f, 210.0f)                     \
+  X(c, Tanh, ONE, HAynn, HAynn, HAynn, 41.8f, 41.8f, 41.8f)                           \
+  X(z, Tanh, ONE, HAynn, HAynn, HAynn, 126.8f, 126.8f, 126.8f)                        \
   X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
   X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \
