@@ -15,6 +15,7 @@
 // The extended exponent range holds the square of any double (2^-2148 .. 2^2048), so no part
 // needs scaling: tiny and huge elements go the same way (for |z| near 2^1024, A + sqrt(A^2 - 1)
 // near 2^1025 is an extended value, and ln of it the ln 2 + ln |z| of the double forms).
+// ln, log1p and atan2 are the extended core's (heap/lcore), each within 2^-62 relative.
 // Each step rounds to 64 bits and none cancels, so D, A - 1 and A carry relative errors of a
 // few 2^-64; atan2 of a perturbed ratio moves by at most the ratio's relative error (the
 // factor t / ((1 + t^2) atan t) is at most 1), and log1p / ln by the same at most. Each part
@@ -40,8 +41,8 @@
 #include <cmath>
 #include <limits>
 
-#include "vmk/core/heap/celem/ext_log_atan.hpp"
 #include "vmk/core/heap/celem/sqrt_scalar.hpp"
+#include "vmk/core/heap/lcore/lcore.hpp"
 
 namespace hpk::vmk::celem {
 
@@ -72,8 +73,8 @@ inline AsinPieces asin_pieces(long double X, long double Y) {
   }
   AsinPieces p;
   p.d = __builtin_sqrtl((A + X) * amx);
-  p.im = A < 1.5L ? log1p_ext(am1 + __builtin_sqrtl(am1 * (A + 1.0L)))
-                  : log_ext(A + __builtin_sqrtl(A * A - 1.0L));
+  p.im = A < 1.5L ? lcore::log1pl(am1 + __builtin_sqrtl(am1 * (A + 1.0L)))
+                  : lcore::logl(A + __builtin_sqrtl(A * A - 1.0L));
   return p;
 }
 
@@ -81,8 +82,8 @@ inline AsinPieces asin_pieces(long double X, long double Y) {
 inline void atanh_pieces(long double X, long double Y, long double &re, long double &im) {
   const long double omx = 1.0L - X;
   const long double y2 = Y * Y;
-  re = 0.25L * log1p_ext(4.0L * X / (omx * omx + y2));
-  im = 0.5L * atan2_ext(Y + Y, omx * (1.0L + X) - y2);
+  re = 0.25L * lcore::log1pl(4.0L * X / (omx * omx + y2));
+  im = 0.5L * lcore::atan2l(Y + Y, omx * (1.0L + X) - y2);
 }
 
 template <class R>
@@ -173,7 +174,7 @@ inline Parts<R> asin_element(R x, R y) {
   }
   const long double X = std::fabs(x);
   const AsinPieces p = asin_pieces(X, std::fabs(y));
-  return {std::copysign(R(atan2_ext(X, p.d)), x), std::copysign(R(p.im), y)};
+  return {std::copysign(R(lcore::atan2l(X, p.d)), x), std::copysign(R(p.im), y)};
 }
 
 template <class R>
@@ -181,21 +182,21 @@ inline Parts<R> asinh_element(R x, R y) {
   if (__builtin_expect(inverse_is_special(x, y), 0)) return asinh_special(x, y);
   const long double Y = std::fabs(y);
   const AsinPieces p = asin_pieces(Y, std::fabs(x));
-  return {std::copysign(R(p.im), x), std::copysign(R(atan2_ext(Y, p.d)), y)};
+  return {std::copysign(R(p.im), x), std::copysign(R(lcore::atan2l(Y, p.d)), y)};
 }
 
 template <class R>
 inline Parts<R> acos_element(R x, R y) {
   if (__builtin_expect(inverse_is_special(x, y), 0)) return acos_special(x, y);
   const AsinPieces p = asin_pieces(std::fabs(x), std::fabs(y));
-  return {R(atan2_ext(p.d, x)), -std::copysign(R(p.im), y)};
+  return {R(lcore::atan2l(p.d, x)), -std::copysign(R(p.im), y)};
 }
 
 template <class R>
 inline Parts<R> acosh_element(R x, R y) {
   if (__builtin_expect(inverse_is_special(x, y), 0)) return acosh_special(x, y);
   const AsinPieces p = asin_pieces(std::fabs(x), std::fabs(y));
-  return {R(p.im), std::copysign(R(atan2_ext(p.d, x)), y)};
+  return {R(p.im), std::copysign(R(lcore::atan2l(p.d, x)), y)};
 }
 
 // The pole of atanh: (+-1, +-0).
