@@ -1,21 +1,25 @@
-// Complex Atan for c and z on the extended-precision core (heap/celem/inverse_scalar.hpp), one
-// element at a time under control scheme B with the target 0x300; each part rounded once.
+// Complex Atan for c and z on the extended-precision algebra and packed final
+// functions (heap/celem/inverse_array.hpp), under control schemes B (target 0x300) and A;
+// each part rounded once.
 // Status 2 at the poles +-i, where the result is +-0 + i(+-inf).
 #include "hpk/vmk.h"
 #include "vmk/core/heap/celem/inverse_array.hpp"
 #include "vmk/frame/control.hpp"
+#include "vmk/service/thread_state.hpp"
 
 extern "C" {
 void hpk_vmk_kernel_cAtan_EXHAynn(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   if (n <= 0) return;
   using namespace hpk::vmk;
   const X87ControlScope control(X87ControlScope::kExtended);
-  celem::inverse_array<hpk_complex8, float, celem::atan_element<float>, celem::atan_pole<float>>(n, a, y, "vcAtan");
+  const SseControlScope sse(current_mode());
+  celem::inverse_array<hpk_complex8, float, celem::AtanOp>(n, a, y, "vcAtan");
 }
 void hpk_vmk_kernel_zAtan_EXHAynn(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   if (n <= 0) return;
   using namespace hpk::vmk;
   const X87ControlScope control(X87ControlScope::kExtended);
-  celem::inverse_array<hpk_complex16, double, celem::atan_element<double>, celem::atan_pole<double>>(n, a, y, "vzAtan");
+  const SseControlScope sse(current_mode());
+  celem::inverse_array<hpk_complex16, double, celem::AtanOp>(n, a, y, "vzAtan");
 }
 }

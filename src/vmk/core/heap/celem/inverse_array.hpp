@@ -1,32 +1,69 @@
-// The array loop of the complex inverse functions: one element at a time on the
-// extended-precision core (heap/celem/inverse_scalar.hpp), the caller holding control scheme B
-// with the target 0x300. The x87 unit is scalar and the element's logarithm and arctangent
-// dominate, so there is no packed route to gain. The only status is 2 at a pole (Atanh at
-// +-1, Atan at +-i), reported after the element's result is stored; no finite element
-// overflows (the largest part is about ln(2^1025) or, next to a pole, (1/4) ln(2^2150)) and
-// no element without NaN parts gives a NaN part.
+// The array loop of the complex inverse functions, two elements a pass: each element's algebra
+// in extended precision (heap/celem/inverse_scalar.hpp), then the two logarithms in one packed
+// ln and the two arctangents in one packed atan (double lanes), then each element's parts.
+// The caller holds control scheme B with the target 0x300 (the algebra) and scheme A (the
+// lanes' exact steps need round to nearest, and their tiny values no flush).
+// An element with an infinite or NaN part, or at a pole, idles its lanes and takes the special
+// rule; the only status is 2 at a pole (Atanh at +-1, Atan at +-i), reported after the
+// element's result is stored. No finite element overflows (the largest part is about
+// ln(2^1025), or (1/4) ln(2^2152) next to a pole) and none without NaN parts gives a NaN.
 #pragma once
 
+#include <cmath>
+
 #include "hpk/vmk.h"
+#include "vmk/core/atan/inverse_core.hpp"
 #include "vmk/core/heap/celem/inverse_scalar.hpp"
+#include "vmk/core/ln/ln_core.hpp"
 #include "vmk/service/error.hpp"
 
 namespace hpk::vmk::celem {
 
-template <class R>
-using ElementFn = Parts<R> (*)(R, R);
-template <class R>
-using PoleFn = bool (*)(R, R);
+// ln and angle of the two staged lanes.
+inline void final_pair(const Staged &s0, const Staged &s1, ld (&ln)[2], ld (&angle)[2]) {
+  using simd::vd;
+  const vd l = ln_core::main<false>(vd{s0.ln.hi, s1.ln.hi});
+  const inverse::AtanParts p = inverse::atan_parts(vd{s0.at.t_hi, s1.at.t_hi},
+                                                   vd{s0.at.t_lo, s1.at.t_lo});
+  const Staged *s[2] = {&s0, &s1};
+  for (int k = 0; k < 2; ++k) {
+    ln[k] = ld(l[k]) + s[k]->ln.add;
+    const ld at = (ld(p.c_hi[k]) + ld(p.u[k])) + (ld(p.small[k]) + ld(p.c_lo[k]));
+    angle[k] = s[k]->at.k + (s[k]->at.neg ? -at : at);
+  }
+}
 
-template <class T, class R, ElementFn<R> Element, PoleFn<R> Pole = nullptr>
+template <class T, class R, template <class> class Op>
 void inverse_array(int n, const T *a, T *y, const char *name) {
-  for (int i = 0; i < n; ++i) {
-    const R x = a[i].re, z = a[i].im;  // read before the store: y may be a
-    const Parts<R> p = Element(x, z);
-    y[i].re = p.re;
-    y[i].im = p.im;
-    if constexpr (Pole != nullptr) {
-      if (__builtin_expect(Pole(x, z), 0)) report_error<T>(kStatusSingularity, i, a, a, y, y, name);
+  using F = Op<R>;
+  for (int i = 0; i < n; i += 2) {
+    const int m = n - i < 2 ? 1 : 2;
+    R x[2], z[2];
+    bool rare[2] = {false, true};
+    Staged s[2] = {kIdleLane, kIdleLane};
+    for (int k = 0; k < m; ++k) {  // both read before any store: y may be a
+      x[k] = a[i + k].re;
+      z[k] = a[i + k].im;
+      rare[k] = !(std::isfinite(x[k]) && std::isfinite(z[k])) || F::pole(x[k], z[k]);
+      if (__builtin_expect(!rare[k], 1)) s[k] = F::stage(x[k], z[k]);
+    }
+    ld ln[2], angle[2];
+    final_pair(s[0], s[1], ln, angle);
+    for (int k = 0; k < m; ++k) {
+      if (__builtin_expect(!rare[k], 1)) {
+        const Parts<R> p = F::finish(x[k], z[k], ln[k], angle[k]);
+        y[i + k].re = p.re;
+        y[i + k].im = p.im;
+      }
+    }
+    for (int k = 0; k < m; ++k) {
+      if (__builtin_expect(rare[k], 0)) {
+        const Parts<R> p = F::special(x[k], z[k]);
+        y[i + k].re = p.re;
+        y[i + k].im = p.im;
+        if (F::kHasPole && F::pole(x[k], z[k]))
+          report_error<T>(kStatusSingularity, i + k, a, a, y, y, name);
+      }
     }
   }
 }

@@ -1,5 +1,7 @@
-// Complex inverse trigonometric and hyperbolic functions of one element in 80-bit extended
-// arithmetic (x87, 64-bit precision set by the caller's X87ControlScope(kExtended)).
+// Complex inverse trigonometric and hyperbolic functions of one element: the algebra in 80-bit
+// extended arithmetic (x87, 64-bit precision set by the caller's X87ControlScope(kExtended)),
+// the final logarithm and arctangent in double lanes (heap/celem/inverse_array.hpp runs them on
+// two elements at once).
 //
 // Asin family, for X = |x|, Y = |y| (the signs follow from asin(conj z) = conj asin z and
 // asin(-z) = -asin z):
@@ -15,11 +17,18 @@
 // The extended exponent range holds the square of any double (2^-2148 .. 2^2048), so no part
 // needs scaling: tiny and huge elements go the same way (for |z| near 2^1024, A + sqrt(A^2 - 1)
 // near 2^1025 is an extended value, and ln of it the ln 2 + ln |z| of the double forms).
-// ln, log1p and atan2 are the extended core's (heap/lcore), each within 2^-62 relative.
 // Each step rounds to 64 bits and none cancels, so D, A - 1 and A carry relative errors of a
-// few 2^-64; atan2 of a perturbed ratio moves by at most the ratio's relative error (the
-// factor t / ((1 + t^2) atan t) is at most 1), and log1p / ln by the same at most. Each part
-// is within 2^-60 relative of its value before its single rounding to the element type.
+// few 2^-64, and the arguments handed to the final functions as much; atan2 of a perturbed
+// ratio moves by at most the ratio's relative error (the factor t / ((1 + t^2) atan t) is at
+// most 1), log1p and ln by the same at most.
+// The final functions (see LogIn and AtanIn): ln s = ln s_hi + c - c^2/2 with s_hi = s rounded
+// to double and c = (s - s_hi) / s_hi formed in extended (|c| <= 2^-53, s >= 2^1000 scaled by
+// 2^-1200 first), ln s_hi by the packed logarithm of the Ln kernel (ln/ln_core.hpp: its
+// rounding plus a few 2^-10 ulp, relative also next to 1); atan2 as K + sigma atan t with
+// t = min/max in [0, 1] split into t_hi + t_lo, atan by the packed core of the real inverse
+// kernels (atan/inverse_core.hpp), its parts summed in extended (about 2^-57 relative). So a
+// logarithmic part is within about 1.05 ulp of double, an angle within 0.57 ulp, and a single
+// part, rounded once from the extended sum, within 0.5 ulp + 2^-28.
 //   acos z = atan2(D, x) - i sign(y) ln(A + sqrt(A^2 - 1))       (D as above, x with its sign)
 //   asinh z = -i asin(iz),  acosh z = ln(A + ...) + i sign(y) atan2(D, x)   (real part >= 0)
 //
@@ -42,49 +51,91 @@
 #include <limits>
 
 #include "vmk/core/heap/celem/sqrt_scalar.hpp"
-#include "vmk/core/heap/lcore/lcore.hpp"
 
 namespace hpk::vmk::celem {
 
-inline constexpr long double kPiL = 0xc.90fdaa22168c235p-2L;  // pi to 64 bits
+using ld = long double;
 
-// The pieces of asin(X + iY), X, Y >= 0 finite: asin B = atan2(X, d), acosh A = im.
-struct AsinPieces {
-  long double d;   // sqrt(A^2 - X^2) >= 0
-  long double im;  // ln(A + sqrt(A^2 - 1)) >= 0
+inline constexpr ld kPiL = 0xc.90fdaa22168c235p-2L;   // pi to 64 bits
+inline constexpr ld kLn2L = 0xb.17217f7d1cf79acp-4L;  // ln 2 to 64 bits
+
+// ln s, staged for the packed logarithm: ln s = ln hi + add.
+struct LogIn {
+  double hi;  // s (scaled) rounded to double, a positive normal
+  ld add;     // ln(s / hi) to second order, and the scaling's 1200 ln 2
 };
 
-inline AsinPieces asin_pieces(long double X, long double Y) {
-  const long double xp1 = X + 1.0L, xm1 = X - 1.0L;  // exact next to 1
-  const long double y2 = Y * Y;
-  const long double R = __builtin_sqrtl(xp1 * xp1 + y2);
-  const long double S = __builtin_sqrtl(xm1 * xm1 + y2);
-  const long double A = 0.5L * (R + S);
-  const long double r_part = y2 / (R + xp1);  // R - (X + 1)
-  long double amx, am1;
+// s >= 1 finite.
+inline LogIn log_stage(ld s) {
+  ld k = 0.0L;
+  if (s >= 0x1p1000L) {  // up to 2^2152 (atanh next to its pole): hi stays a double
+    s *= 0x1p-1200L;
+    k = 1200.0L * kLn2L;
+  }
+  const double hi = double(s);
+  const ld c = (s - hi) / hi;  // the difference is exact
+  return {hi, (c - 0.5L * c * c) + k};
+}
+
+// ln(1 + w), w >= 0 finite: the low part of 1 + w is recovered from w itself, so a w far
+// below 1 keeps its relative accuracy.
+inline LogIn log1p_stage(ld w) {
+  if (w >= 0x1p62L) return log_stage(1.0L + w);
+  const double hi = double(1.0L + w);
+  const ld c = ((1.0L - hi) + w) / hi;  // 1 - hi exact (hi < 2^63)
+  return {hi, c - 0.5L * c * c};
+}
+
+// atan2(yy, xx), yy >= 0, not both 0, staged for the packed arctangent:
+// angle = k + (neg ? -1 : 1) atan(t_hi + t_lo).
+struct AtanIn {
+  double t_hi, t_lo;  // t = min(yy, |xx|) / max(yy, |xx|) in [0, 1]
+  ld k;               // 0, pi/2 or pi
+  bool neg;
+};
+
+inline AtanIn atan2_stage(ld yy, ld xx) {
+  const ld ax = __builtin_fabsl(xx);
+  const bool swap = ax < yy, left = std::signbit(xx);
+  const ld t = swap ? ax / yy : yy / ax;
+  const double t_hi = double(t);
+  return {t_hi, double(t - t_hi), swap ? 0.5L * kPiL : left ? kPiL : 0.0L, swap != left};
+}
+
+// The pieces of asin(X + iY), X, Y >= 0 finite: asin B = atan2(X, d), acosh A = ln of `ln`.
+struct AsinPieces {
+  ld d;       // sqrt(A^2 - X^2) > 0 unless X > 1 = Y + 1
+  LogIn ln;   // A + sqrt(A^2 - 1)
+};
+
+inline AsinPieces asin_pieces(ld X, ld Y) {
+  const ld xp1 = X + 1.0L, xm1 = X - 1.0L;  // exact next to 1
+  const ld y2 = Y * Y;
+  const ld R = __builtin_sqrtl(xp1 * xp1 + y2);
+  const ld S = __builtin_sqrtl(xm1 * xm1 + y2);
+  const ld A = 0.5L * (R + S);
+  const ld r_part = y2 / (R + xp1);  // R - (X + 1)
+  ld amx, am1;
   if (X <= 1.0L) {
-    const long double s_out = S - xm1;  // S + (1 - X), 0 only at (1, 0)
+    const ld s_out = S - xm1;  // S + (1 - X), 0 only at (1, 0)
     amx = 0.5L * (r_part + s_out);
     am1 = s_out > 0.0L ? 0.5L * (r_part + y2 / s_out) : 0.0L;
   } else {
-    const long double s_in = S + xm1;  // > 0
+    const ld s_in = S + xm1;  // > 0
     amx = 0.5L * (r_part + y2 / s_in);
     am1 = 0.5L * (r_part + s_in);
   }
-  AsinPieces p;
-  p.d = __builtin_sqrtl((A + X) * amx);
-  p.im = A < 1.5L ? lcore::log1pl(am1 + __builtin_sqrtl(am1 * (A + 1.0L)))
-                  : lcore::logl(A + __builtin_sqrtl(A * A - 1.0L));
-  return p;
+  return {__builtin_sqrtl((A + X) * amx),
+          A < 1.5L ? log1p_stage(am1 + __builtin_sqrtl(am1 * (A + 1.0L)))
+                   : log_stage(A + __builtin_sqrtl(A * A - 1.0L))};
 }
 
-// atanh(X + iY) for X, Y >= 0 finite, (X, Y) != (1, 0): both parts >= 0.
-inline void atanh_pieces(long double X, long double Y, long double &re, long double &im) {
-  const long double omx = 1.0L - X;
-  const long double y2 = Y * Y;
-  re = 0.25L * lcore::log1pl(4.0L * X / (omx * omx + y2));
-  im = 0.5L * lcore::atan2l(Y + Y, omx * (1.0L + X) - y2);
-}
+// What an element hands to the packed pass, and what comes back.
+struct Staged {
+  LogIn ln;
+  AtanIn at;
+};
+inline constexpr Staged kIdleLane = {{1.0, 0.0L}, {0.0, 0.0, 0.0L, false}};
 
 template <class R>
 inline bool inverse_is_special(R x, R y) {
@@ -163,68 +214,101 @@ template <class R>
   return {inf, std::copysign(quarter_pi<R>(2), y)};  // y infinite
 }
 
-// The six functions of one element. The finite routes round each part once.
+
+// The six functions: stage (finite element, not a pole) puts the element's final ln and
+// atan2 arguments in the lanes; finish turns ln and angle into the parts, each rounded once;
+// special gives the parts of an element with an infinite or NaN part, or at a pole.
 template <class R>
-inline Parts<R> asin_element(R x, R y) {
-  if (__builtin_expect(inverse_is_special(x, y), 0)) {
+struct AsinOp {
+  static Staged stage(R x, R y) {
+    const ld X = std::fabs(x);
+    const AsinPieces p = asin_pieces(X, std::fabs(y));
+    return {p.ln, atan2_stage(X, p.d)};
+  }
+  static Parts<R> finish(R x, R y, ld ln, ld angle) {
+    return {std::copysign(R(angle), x), std::copysign(R(ln), y)};
+  }
+  static Parts<R> special(R x, R y) {
     // +-inf + i NaN: NaN + i inf, the imaginary sign unspecified; glibc's + taken.
     if (std::isinf(x) && std::isnan(y)) return {y, std::numeric_limits<R>::infinity()};
     const Parts<R> w = asinh_special(-y, x);  // asin z = -i asinh(iz)
     return {w.im, -w.re};
   }
-  const long double X = std::fabs(x);
-  const AsinPieces p = asin_pieces(X, std::fabs(y));
-  return {std::copysign(R(lcore::atan2l(X, p.d)), x), std::copysign(R(p.im), y)};
-}
+  static constexpr bool kHasPole = false;
+  static bool pole(R, R) { return false; }
+};
 
 template <class R>
-inline Parts<R> asinh_element(R x, R y) {
-  if (__builtin_expect(inverse_is_special(x, y), 0)) return asinh_special(x, y);
-  const long double Y = std::fabs(y);
-  const AsinPieces p = asin_pieces(Y, std::fabs(x));
-  return {std::copysign(R(p.im), x), std::copysign(R(lcore::atan2l(Y, p.d)), y)};
-}
+struct AsinhOp {  // asinh z = -i asin(iz): the asin pieces of (|y|, |x|)
+  static Staged stage(R x, R y) {
+    const ld Y = std::fabs(y);
+    const AsinPieces p = asin_pieces(Y, std::fabs(x));
+    return {p.ln, atan2_stage(Y, p.d)};
+  }
+  static Parts<R> finish(R x, R y, ld ln, ld angle) {
+    return {std::copysign(R(ln), x), std::copysign(R(angle), y)};
+  }
+  static Parts<R> special(R x, R y) { return asinh_special(x, y); }
+  static constexpr bool kHasPole = false;
+  static bool pole(R, R) { return false; }
+};
 
 template <class R>
-inline Parts<R> acos_element(R x, R y) {
-  if (__builtin_expect(inverse_is_special(x, y), 0)) return acos_special(x, y);
-  const AsinPieces p = asin_pieces(std::fabs(x), std::fabs(y));
-  return {R(lcore::atan2l(p.d, x)), -std::copysign(R(p.im), y)};
-}
+struct AcosOp {
+  static Staged stage(R x, R y) {
+    const AsinPieces p = asin_pieces(std::fabs(x), std::fabs(y));
+    return {p.ln, atan2_stage(p.d, x)};
+  }
+  static Parts<R> finish(R, R y, ld ln, ld angle) {
+    return {R(angle), -std::copysign(R(ln), y)};
+  }
+  static Parts<R> special(R x, R y) { return acos_special(x, y); }
+  static constexpr bool kHasPole = false;
+  static bool pole(R, R) { return false; }
+};
 
 template <class R>
-inline Parts<R> acosh_element(R x, R y) {
-  if (__builtin_expect(inverse_is_special(x, y), 0)) return acosh_special(x, y);
-  const AsinPieces p = asin_pieces(std::fabs(x), std::fabs(y));
-  return {R(p.im), std::copysign(R(lcore::atan2l(p.d, x)), y)};
-}
-
-// The pole of atanh: (+-1, +-0).
-template <class R>
-inline bool atanh_pole(R x, R y) {
-  return std::fabs(x) == R(1) && y == R(0);
-}
+struct AcoshOp {  // the acos pieces; the real part >= 0, the imaginary part signed as y
+  static Staged stage(R x, R y) { return AcosOp<R>::stage(x, y); }
+  static Parts<R> finish(R, R y, ld ln, ld angle) {
+    return {R(ln), std::copysign(R(angle), y)};
+  }
+  static Parts<R> special(R x, R y) { return acosh_special(x, y); }
+  static constexpr bool kHasPole = false;
+  static bool pole(R, R) { return false; }
+};
 
 template <class R>
-inline Parts<R> atanh_element(R x, R y) {
-  if (__builtin_expect(inverse_is_special(x, y), 0)) return atanh_special(x, y);
-  if (__builtin_expect(atanh_pole(x, y), 0))
-    return {std::copysign(std::numeric_limits<R>::infinity(), x), y};
-  long double re, im;
-  atanh_pieces(std::fabs(x), std::fabs(y), re, im);
-  return {std::copysign(R(re), x), std::copysign(R(im), y)};
-}
+struct AtanhOp {
+  static Staged stage(R x, R y) {
+    const ld X = std::fabs(x), Y = std::fabs(y);
+    const ld omx = 1.0L - X;
+    const ld y2 = Y * Y;
+    return {log1p_stage(4.0L * X / (omx * omx + y2)), atan2_stage(Y + Y, omx * (1.0L + X) - y2)};
+  }
+  static Parts<R> finish(R x, R y, ld ln, ld angle) {
+    return {std::copysign(R(0.25L * ln), x), std::copysign(R(0.5L * angle), y)};
+  }
+  static Parts<R> special(R x, R y) {
+    if (pole(x, y)) return {std::copysign(std::numeric_limits<R>::infinity(), x), y};
+    return atanh_special(x, y);
+  }
+  static constexpr bool kHasPole = true;
+  static bool pole(R x, R y) { return std::fabs(x) == R(1) && y == R(0); }  // +-1 + i(+-0)
+};
 
-// atan z = -i atanh(iz), iz = -y + ix; its poles are +-i.
 template <class R>
-inline Parts<R> atan_element(R x, R y) {
-  const Parts<R> w = atanh_element(-y, x);
-  return {w.im, -w.re};
-}
-
-template <class R>
-inline bool atan_pole(R x, R y) {
-  return atanh_pole(y, x);
-}
+struct AtanOp {  // atan z = -i atanh(iz), iz = -y + ix; its poles are +-i
+  static Staged stage(R x, R y) { return AtanhOp<R>::stage(y, x); }
+  static Parts<R> finish(R x, R y, ld ln, ld angle) {
+    return {std::copysign(R(0.5L * angle), x), std::copysign(R(0.25L * ln), y)};
+  }
+  static Parts<R> special(R x, R y) {
+    const Parts<R> w = AtanhOp<R>::special(-y, x);
+    return {w.im, -w.re};
+  }
+  static constexpr bool kHasPole = true;
+  static bool pole(R x, R y) { return AtanhOp<R>::pole(y, x); }
+};
 
 }  // namespace hpk::vmk::celem
