@@ -22,12 +22,14 @@ namespace hpk::vmk::celem {
 // ln and angle of the two staged lanes.
 inline void final_pair(const Staged &s0, const Staged &s1, ld (&ln)[2], ld (&angle)[2]) {
   using simd::vd;
-  const vd l = ln_core::main<false>(vd{s0.ln.hi, s1.ln.hi});
+  const vd hi = {s0.ln.hi, s1.ln.hi};
+  const vd l = ln_core::main<false>(hi);
+  const vd c = vd{s0.ln.lo, s1.ln.lo} / hi;
   const inverse::AtanParts p = inverse::atan_parts(vd{s0.at.t_hi, s1.at.t_hi},
                                                    vd{s0.at.t_lo, s1.at.t_lo});
   const Staged *s[2] = {&s0, &s1};
   for (int k = 0; k < 2; ++k) {
-    ln[k] = ld(l[k]) + s[k]->ln.add;
+    ln[k] = ld(l[k]) + ((ld(c[k]) - 0.5L * ld(c[k]) * ld(c[k])) + s[k]->ln.add);
     const ld at = (ld(p.c_hi[k]) + ld(p.u[k])) + (ld(p.small[k]) + ld(p.c_lo[k]));
     angle[k] = s[k]->at.k + (s[k]->at.neg ? -at : at);
   }

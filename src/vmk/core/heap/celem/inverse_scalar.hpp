@@ -22,8 +22,8 @@
 // ratio moves by at most the ratio's relative error (the factor t / ((1 + t^2) atan t) is at
 // most 1), log1p and ln by the same at most.
 // The final functions (see LogIn and AtanIn): ln s = ln s_hi + c - c^2/2 with s_hi = s rounded
-// to double and c = (s - s_hi) / s_hi formed in extended (|c| <= 2^-53, s >= 2^1000 scaled by
-// 2^-1200 first), ln s_hi by the packed logarithm of the Ln kernel (ln/ln_core.hpp: its
+// to double and c = (s - s_hi) / s_hi, s - s_hi exact in extended (|c| <= 2^-53, s >= 2^1000
+// scaled by 2^-1200 first), ln s_hi by the packed logarithm of the Ln kernel (ln/ln_core.hpp: its
 // rounding plus a few 2^-10 ulp, relative also next to 1); atan2 as K + sigma atan t with
 // t = min/max in [0, 1] split into t_hi + t_lo, atan by the packed core of the real inverse
 // kernels (atan/inverse_core.hpp), its parts summed in extended (about 2^-57 relative). So a
@@ -59,10 +59,12 @@ using ld = long double;
 inline constexpr ld kPiL = 0xc.90fdaa22168c235p-2L;   // pi to 64 bits
 inline constexpr ld kLn2L = 0xb.17217f7d1cf79acp-4L;  // ln 2 to 64 bits
 
-// ln s, staged for the packed logarithm: ln s = ln hi + add.
+// ln s, staged for the packed logarithm: ln s = ln hi + log1p(lo / hi) + add, the quotient
+// c = lo / hi (|c| <= 2^-53) taken in the lanes and log1p(c) as c - c^2/2.
 struct LogIn {
   double hi;  // s (scaled) rounded to double, a positive normal
-  ld add;     // ln(s / hi) to second order, and the scaling's 1200 ln 2
+  double lo;  // s - hi, rounded to double (an error of 2^-106 relative to s)
+  ld add;     // the scaling's 1200 ln 2, or 0
 };
 
 // s >= 1 finite.
@@ -73,8 +75,7 @@ inline LogIn log_stage(ld s) {
     k = 1200.0L * kLn2L;
   }
   const double hi = double(s);
-  const ld c = (s - hi) / hi;  // the difference is exact
-  return {hi, (c - 0.5L * c * c) + k};
+  return {hi, double(s - hi), k};  // the difference is exact
 }
 
 // ln(1 + w), w >= 0 finite: the low part of 1 + w is recovered from w itself, so a w far
@@ -82,8 +83,7 @@ inline LogIn log_stage(ld s) {
 inline LogIn log1p_stage(ld w) {
   if (w >= 0x1p62L) return log_stage(1.0L + w);
   const double hi = double(1.0L + w);
-  const ld c = ((1.0L - hi) + w) / hi;  // 1 - hi exact (hi < 2^63)
-  return {hi, c - 0.5L * c * c};
+  return {hi, double((1.0L - hi) + w), 0.0L};  // 1 - hi exact (hi < 2^63)
 }
 
 // atan2(yy, xx), yy >= 0, not both 0, staged for the packed arctangent:
@@ -114,15 +114,26 @@ inline AsinPieces asin_pieces(ld X, ld Y) {
   const ld R = __builtin_sqrtl(xp1 * xp1 + y2);
   const ld S = __builtin_sqrtl(xm1 * xm1 + y2);
   const ld A = 0.5L * (R + S);
-  const ld r_part = y2 / (R + xp1);  // R - (X + 1)
+  // One division for both quotients: Y^2 / den1 = Y^2 den2 inv and Y^2 / den2 = Y^2 den1 inv,
+  // inv = 1 / (den1 den2) (two more roundings of 2^-64).
+  const ld den1 = R + xp1;  // >= 1
   ld amx, am1;
   if (X <= 1.0L) {
     const ld s_out = S - xm1;  // S + (1 - X), 0 only at (1, 0)
-    amx = 0.5L * (r_part + s_out);
-    am1 = s_out > 0.0L ? 0.5L * (r_part + y2 / s_out) : 0.0L;
+    if (s_out > 0.0L) {
+      const ld inv = 1.0L / (den1 * s_out);
+      const ld r_part = y2 * s_out * inv;  // R - (X + 1)
+      amx = 0.5L * (r_part + s_out);
+      am1 = 0.5L * (r_part + y2 * den1 * inv);
+    } else {
+      amx = 0.0L;
+      am1 = 0.0L;
+    }
   } else {
     const ld s_in = S + xm1;  // > 0
-    amx = 0.5L * (r_part + y2 / s_in);
+    const ld inv = 1.0L / (den1 * s_in);
+    const ld r_part = y2 * s_in * inv;
+    amx = 0.5L * (r_part + y2 * den1 * inv);
     am1 = 0.5L * (r_part + s_in);
   }
   return {__builtin_sqrtl((A + X) * amx),
@@ -135,7 +146,7 @@ struct Staged {
   LogIn ln;
   AtanIn at;
 };
-inline constexpr Staged kIdleLane = {{1.0, 0.0L}, {0.0, 0.0, 0.0L, false}};
+inline constexpr Staged kIdleLane = {{1.0, 0.0, 0.0L}, {0.0, 0.0, 0.0L, false}};
 
 template <class R>
 inline bool inverse_is_special(R x, R y) {
