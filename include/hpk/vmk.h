@@ -118,7 +118,14 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *                 number of the type;
  *   1 domain      Exp of a finite real part with an infinite imaginary part (the result
  *                 NaN + i NaN, as the real sine and cosine of an infinity).
- * NaN parts report nothing; Sqrt reports nothing (no finite element overflows). */
+ * NaN parts report nothing; Sqrt reports nothing (no finite element overflows).
+ * The inverse functions (cAsin, cAcos, cAtan, cAsinh, cAcosh, cAtanh and their z twins) follow
+ * the branch cuts of the C complex functions (Asin, Acos, Atanh on the real axis beyond +-1,
+ * Asinh, Atan on the imaginary axis beyond +-i, Acosh on the real axis below 1; the sign of a
+ * zero part picks the side). Their only status is
+ *   2 singularity Atanh at +-1 + i(+-0) (result +-inf + i(+-0)) and Atan at +-0 + i(+-1)
+ *                 (result +-0 + i(+-inf));
+ * no finite element overflows and none without NaN parts gives a NaN part. */
 
 /* ---- trigonometric scalar routes and reductions ---------------------------------------- */
 

@@ -89,8 +89,9 @@ double worst_on(const CFn &f, void (*ker)(int, const T *, T *),
                               hpk::oracle::ulp_error(R(y[i].im), mpc_imagref(out)));
     if (e > worst) worst = e;
     if (e > f.ulps)
-      ADD_FAILURE() << f.name << " at " << std::hexfloat << double(a[i].re) << " " << double(a[i].im)
-                    << " got " << double(y[i].re) << " " << double(y[i].im) << " (" << e << " ulp)";
+      ADD_FAILURE() << f.name << " at " << std::hexfloat << double(a[i].re) << " "
+                    << double(a[i].im) << " got " << double(y[i].re) << " " << double(y[i].im)
+                    << " (" << e << " ulp)";
   }
   mpc_clear(in);
   mpc_clear(out);

@@ -1,6 +1,6 @@
-// The array loop of the complex inverse functions, two elements a pass: each element's algebra
-// in extended precision (heap/celem/inverse_scalar.hpp), then the two logarithms in one packed
-// ln and the two arctangents in one packed atan (double lanes), then each element's parts.
+// The array loop of the complex inverse functions: each element's algebra in extended precision
+// (heap/celem/inverse_scalar.hpp), then the logarithms of two elements in one packed ln and
+// their arctangents in one packed atan (double lanes), then each element's parts.
 // The caller holds control scheme B with the target 0x300 (the algebra) and scheme A (the
 // lanes' exact steps need round to nearest, and their tiny values no flush).
 // An element with an infinite or NaN part, or at a pole, idles its lanes and takes the special
@@ -19,8 +19,8 @@
 
 namespace hpk::vmk::celem {
 
-// ln and angle of the two staged lanes.
-inline void final_pair(const Staged &s0, const Staged &s1, ld (&ln)[2], ld (&angle)[2]) {
+// ln and angle of two staged elements, into ln[0..1] and angle[0..1].
+inline void final_pair(const Staged &s0, const Staged &s1, ld *ln, ld *angle) {
   using simd::vd;
   const vd hi = {s0.ln.hi, s1.ln.hi};
   const vd l = ln_core::main<false>(hi);
@@ -35,22 +35,27 @@ inline void final_pair(const Staged &s0, const Staged &s1, ld (&ln)[2], ld (&ang
   }
 }
 
+// Eight elements a block: their extended chains and then their four packed pairs are
+// independent, so the processor overlaps them instead of waiting on one element's latency.
+inline constexpr int kBlock = 8;
+
 template <class T, class R, template <class> class Op>
 void inverse_array(int n, const T *a, T *y, const char *name) {
   using F = Op<R>;
-  for (int i = 0; i < n; i += 2) {
-    const int m = n - i < 2 ? 1 : 2;
-    R x[2], z[2];
-    bool rare[2] = {false, true};
-    Staged s[2] = {kIdleLane, kIdleLane};
-    for (int k = 0; k < m; ++k) {  // both read before any store: y may be a
+  for (int i = 0; i < n; i += kBlock) {
+    const int m = n - i < kBlock ? n - i : kBlock;
+    R x[kBlock], z[kBlock];
+    bool rare[kBlock];
+    Staged s[kBlock];
+    for (int k = 0; k < m; ++k) {  // all read before any store: y may be a
       x[k] = a[i + k].re;
       z[k] = a[i + k].im;
       rare[k] = !(std::isfinite(x[k]) && std::isfinite(z[k])) || F::pole(x[k], z[k]);
-      if (__builtin_expect(!rare[k], 1)) s[k] = F::stage(x[k], z[k]);
+      s[k] = __builtin_expect(!rare[k], 1) ? F::stage(x[k], z[k]) : kIdleLane;
     }
-    ld ln[2], angle[2];
-    final_pair(s[0], s[1], ln, angle);
+    if (m & 1) s[m] = kIdleLane;
+    ld ln[kBlock], angle[kBlock];
+    for (int k = 0; k < m; k += 2) final_pair(s[k], s[k + 1], ln[k], angle[k]);
     for (int k = 0; k < m; ++k) {
       if (__builtin_expect(!rare[k], 1)) {
         const Parts<R> p = F::finish(x[k], z[k], ln[k], angle[k]);

@@ -10,8 +10,10 @@
 // asin B is taken as atan2(X, D) with D = sqrt(A^2 - X^2) = sqrt((A + X)(A - X)), and A - X,
 // A - 1 are formed without cancellation from R - (X + 1) = Y^2 / (R + X + 1) and
 // S - |X - 1| = Y^2 / (S + |X - 1|):
-//   X <= 1:  2(A - X) = Y^2/(R + X + 1) + (S + (1 - X)),  2(A - 1) = Y^2/(R + X + 1) + Y^2/(S + (1 - X))
-//   X >  1:  2(A - X) = Y^2/(R + X + 1) + Y^2/(S + (X - 1)),  2(A - 1) = Y^2/(R + X + 1) + (S + (X - 1))
+//   X <= 1:  2(A - X) = Y^2 / (R + X + 1) + (S + (1 - X))
+//            2(A - 1) = Y^2 / (R + X + 1) + Y^2 / (S + (1 - X))
+//   X >  1:  2(A - X) = Y^2 / (R + X + 1) + Y^2 / (S + (X - 1))
+//            2(A - 1) = Y^2 / (R + X + 1) + (S + (X - 1))
 // (every term is >= 0). The imaginary part is log1p(Am1 + sqrt(Am1 (A + 1))) for A < 3/2 and
 // ln(A + sqrt(A^2 - 1)) above, where A^2 - 1 >= 5/4 does not cancel.
 // The extended exponent range holds the square of any double (2^-2148 .. 2^2048), so no part
@@ -23,12 +25,13 @@
 // most 1), log1p and ln by the same at most.
 // The final functions (see LogIn and AtanIn): ln s = ln s_hi + c - c^2/2 with s_hi = s rounded
 // to double and c = (s - s_hi) / s_hi, s - s_hi exact in extended (|c| <= 2^-53, s >= 2^1000
-// scaled by 2^-1200 first), ln s_hi by the packed logarithm of the Ln kernel (ln/ln_core.hpp: its
-// rounding plus a few 2^-10 ulp, relative also next to 1); atan2 as K + sigma atan t with
-// t = min/max in [0, 1] split into t_hi + t_lo, atan by the packed core of the real inverse
-// kernels (atan/inverse_core.hpp), its parts summed in extended (about 2^-57 relative). So a
-// logarithmic part is within about 1.05 ulp of double, an angle within 0.57 ulp, and a single
-// part, rounded once from the extended sum, within 0.5 ulp + 2^-28.
+// scaled by 2^-1200 first), ln s_hi by the packed logarithm of the Ln kernel
+// (ln/ln_core.hpp: its rounding plus a few 2^-10 ulp, relative also next to 1); atan2 as
+// K + sigma atan t with t = min/max in [0, 1] split into t_hi + t_lo, atan by the packed
+// core of the real inverse kernels (atan/inverse_core.hpp), its parts summed in extended
+// (about 2^-57 relative). So a logarithmic part is within about 1.05 ulp of double, an angle
+// within 0.57 ulp, and a single part, rounded once from the extended sum, within
+// 0.5 ulp + 2^-28.
 //   acos z = atan2(D, x) - i sign(y) ln(A + sqrt(A^2 - 1))       (D as above, x with its sign)
 //   asinh z = -i asin(iz),  acosh z = ln(A + ...) + i sign(y) atan2(D, x)   (real part >= 0)
 //
