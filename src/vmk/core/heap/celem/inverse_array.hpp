@@ -55,7 +55,7 @@ void inverse_array(int n, const T *a, T *y, const char *name) {
     }
     if (m & 1) s[m] = kIdleLane;
     ld ln[kBlock], angle[kBlock];
-    for (int k = 0; k < m; k += 2) final_pair(s[k], s[k + 1], ln[k], angle[k]);
+    for (int k = 0; k < m; k += 2) final_pair(s[k], s[k + 1], ln + k, angle + k);
     for (int k = 0; k < m; ++k) {
       if (__builtin_expect(!rare[k], 1)) {
         const Parts<R> p = F::finish(x[k], z[k], ln[k], angle[k]);
