@@ -143,7 +143,14 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *                 factor is small enough);
  *   1 domain      an element without NaN parts whose result has a NaN part (Sinh of x + i inf,
  *                 Cosh of +-inf + i inf, Tan of +-inf + i y, ...).
- * Tan and Tanh never overflow. */
+ * Tan and Tanh never overflow.
+ * The inverse functions (cAsin, cAcos, cAtan, cAsinh, cAcosh, cAtanh and their z twins) follow
+ * the branch cuts of the C complex functions (Asin, Acos, Atanh on the real axis beyond +-1,
+ * Asinh, Atan on the imaginary axis beyond +-i, Acosh on the real axis below 1; the sign of a
+ * zero part picks the side). Their only status is
+ *   2 singularity Atanh at +-1 + i(+-0) (result +-inf + i(+-0)) and Atan at +-0 + i(+-1)
+ *                 (result +-0 + i(+-inf));
+ * no finite element overflows and none without NaN parts gives a NaN part. */
 
 /* ---- gamma function: statuses ---------------------------------------------------------- */
 

@@ -32,8 +32,12 @@
   X(z, Abs, TO_REAL, HAynn, HAynn, HAynn, 20.0f, 20.0f, 20.0f)                        \
   X(s, Acos, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Acos, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(c, Acos, ONE, HAynn, HAynn, HAynn, 330.0f, 330.0f, 330.0f)                        \
+  X(z, Acos, ONE, HAynn, HAynn, HAynn, 290.0f, 290.0f, 290.0f)                        \
   X(s, Acosh, ONE, HAynn, HAynn, HAynn, 27.4f, 27.4f, 27.4f)                          \
   X(d, Acosh, ONE, HAynn, HAynn, HAynn, 33.0f, 33.0f, 33.0f)                          \
+  X(c, Acosh, ONE, HAynn, HAynn, HAynn, 301.0f, 301.0f, 301.0f)                       \
+  X(z, Acosh, ONE, HAynn, HAynn, HAynn, 289.0f, 289.0f, 289.0f)                       \
   X(s, Add, TWO, HAynn, HAynn, HAynn, 0.74f, 0.74f, 0.74f)                            \
   X(d, Add, TWO, HAynn, HAynn, HAynn, 1.79f, 1.79f, 1.79f)                            \
   X(c, Add, TWO, HAynn, HAynn, EPnnn, 4.33f, 4.33f, 1.41f)                            \
@@ -42,14 +46,22 @@
   X(z, Arg, TO_REAL, HAynn, HAynn, HAynn, 65.8f, 65.8f, 65.8f)                        \
   X(s, Asin, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Asin, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(c, Asin, ONE, HAynn, HAynn, HAynn, 1792.66f, 1792.66f, 1792.66f)                  \
+  X(z, Asin, ONE, HAynn, HAynn, HAynn, 1792.66f, 1792.66f, 1792.66f)                  \
   X(s, Asinh, ONE, HAynn, HAynn, HAynn, 27.9f, 27.9f, 27.9f)                          \
   X(d, Asinh, ONE, HAynn, HAynn, HAynn, 40.2f, 40.2f, 40.2f)                          \
+  X(c, Asinh, ONE, HAynn, HAynn, HAynn, 300.0f, 300.0f, 300.0f)                       \
+  X(z, Asinh, ONE, HAynn, HAynn, HAynn, 321.0f, 321.0f, 321.0f)                       \
   X(s, Atan, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Atan, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
+  X(c, Atan, ONE, HAynn, HAynn, HAynn, 216.0f, 216.0f, 216.0f)                        \
+  X(z, Atan, ONE, HAynn, HAynn, HAynn, 212.0f, 212.0f, 212.0f)                        \
   X(s, Atan2, TWO, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
   X(d, Atan2, TWO, HAynn, HAynn, HAynn, 26.0f, 26.0f, 26.0f)                          \
   X(s, Atanh, ONE, HAynn, HAynn, HAynn, 24.6f, 24.6f, 24.6f)                          \
   X(d, Atanh, ONE, HAynn, HAynn, HAynn, 32.0f, 32.0f, 32.0f)                          \
+  X(c, Atanh, ONE, HAynn, HAynn, HAynn, 212.0f, 212.0f, 212.0f)                       \
+  X(z, Atanh, ONE, HAynn, HAynn, HAynn, 200.0f, 200.0f, 200.0f)                       \
   X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
   X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
