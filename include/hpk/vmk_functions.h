@@ -50,6 +50,8 @@
   X(d, Atanh, ONE, HAynn, HAynn, HAynn, 32.0f, 32.0f, 32.0f)                          \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
+  X(s, CdfNorm, ONE, LAynn, HAynn, EPnnn, 96.51f, 110.18f, 88.54f)                   \
+  X(d, CdfNorm, ONE, LAynn, HAynn, EPnnn, 155.67f, 233.19f, 99.22f)                  \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
   X(d, Ceil, ONE, HAynn, HAynn, HAynn, 5.0f, 5.0f, 5.0f)                              \
   X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
