@@ -16,12 +16,13 @@
 //   Q / 2^M = ph + ((pl + T P) + E (Rh + P)); for x < 0 that sum rounded once and scaled exactly,
 //   for x >= 0 (s, e) = FastTwoSum(1, -ph 2^M), Phi = s + (e - lo 2^M). Fit below 2^-57.5,
 //   e^r truncation below 2^-66, the rest of the rounding errors below 2^-56 of the result: the
-//   error is the last rounding's half ulp plus well under a quarter ulp.
+//   error is the last rounding's half ulp plus about a sixth of an ulp (0.66 measured).
 // LA (double):  no Rl, no TwoProd: Q / 2^M = T R + E R with R = Rh + r' p (fit 2^-53.1), e^r
-//   of degree 4 (2^-54.5): a few roundings of 2^-53 each, within 4 ulp.
+//   of degree 4 (2^-54.5): a few roundings of 2^-53 each, within 4 ulp (2.4 measured).
 // EP (double) and HA (single):  w = t^2 rounded (relative 2^-53 of w, so below 2^-43 of e^-w/2;
 //   exact for single inputs), no Tl, e^r of degree 2 (2^-31), fit of degree 5 (2^-29).
-// LA (single): fit of degree 4 (2^-24.3), EP (single): degree 2 (2^-14.1), e^r of degree 1.
+// LA (single): fit of degree 4 (2^-24.3), EP (single): degree 2 (2^-14.1), e^r of degree 1
+//   (2^-20).
 // The single kernels run their lanes in double and round once to single.
 //
 // Main route: x > -37.5 (single: x > -12.5), where Q and 2^M are normal (M >= -1016); t is
