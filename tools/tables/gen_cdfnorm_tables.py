@@ -6,13 +6,16 @@ With t = |x| and Q(t) = erfc(t / sqrt 2) / 2 the upper tail, CdfNorm(x) is Q(t) 
 varying (R(0) = 1/2, R(t) ~ 1 / (t sqrt(2 pi)) for large t).
 
 2^(j/256), j = 0..255, as hi + lo (hi the nearest double, lo the nearest double to the rest):
-the table of the exponential step e^(-q) = 2^(-k/256) e^r.
+the table of the exponential step e^(-q) = 2^(-k/256) e^r; and the same with hi of 26
+significant bits for HA, whose product T26 Rh26 is then exact.
 
 Interval rows of R.  With u = t + 1/2, row k (0..49) serves the u in the eighth of a binade
 whose top word, masked by 0x7FFE0000, is 0x3FE00000 + k * 0x20000; so the rows cover
 t in [0, 39.5) (row 0 is t in [0, 1/16), row 49 is t in [35.5, 39.5)).  With c the centre of the
 row in t and r = t - c:
-  16-wide rows (double HA, LA):  entry 0, 1  R(c) as low + high part (low 0 in LA)
+  16-wide rows (double HA, LA):  entry 0, 1  R(c) as low + high part; in HA the high part has
+                                 26 significant bits (the low part about 2^-26 of it), in LA
+                                 it is R(c) rounded and the low part 0
                                  entry 2..D+1  b1..bD, R(c + r) = R(c) + r (b1 + b2 r + ...)
                                  entry 15  -c
   8-wide rows (EP and single):   entry 0  -c, entry 1  R(c), entry 2..D+1  b1..bD
@@ -83,7 +86,11 @@ def fit_row(k, deg, two_part):
     y = mp.matrix([(R(c + p) - rc) * wi for p, wi in zip(pts, w)])
     coef = [float(v) for v in mp.qr_solve(A, y)[0]]
     rh = float(rc)
-    rl = float(rc - rh) if two_part else 0.0
+    if two_part:  # R(c) = rh + rl with rh of 26 significant bits, so T26 rh is exact
+        rh = round26(rc)
+        rl = float(rc - rh)
+    else:
+        rl = 0.0
     err = 0
     wid = (hi - lo) * mp.mpf(2) ** -40
     for i in range(241):
@@ -96,11 +103,17 @@ def fit_row(k, deg, two_part):
     return c, rh, rl, coef, err
 
 
-def exp2_table():
+def round26(v):
+    """v rounded to 26 significant bits (a double whose products with another such are exact)."""
+    e = int(mp.floor(mp.log(abs(v), 2)))
+    return float(mp.nint(v * mp.mpf(2) ** (25 - e)) / mp.mpf(2) ** (25 - e))
+
+
+def exp2_table(hi_of):
     out = []
     for j in range(256):
         v = mp.mpf(2) ** (mp.mpf(j) / 256)
-        hi = float(v)
+        hi = hi_of(v)
         out += [hi, float(v - hi)]
     return out
 
@@ -156,7 +169,12 @@ def main():
            "namespace hpk::vmk::cdfnorm_tables {", "",
            "// 2^(j/256): hi, lo",
            "alignas(64) inline constexpr double kExp2[512] = {"]
-    e = exp2_table()
+    e = exp2_table(float)
+    for j in range(256):
+        out.append(f"    {e[2 * j].hex()}, {e[2 * j + 1].hex()},")
+    out += ["};", "", "// 2^(j/256) for HA: hi of 26 significant bits, lo the nearest double to the rest",
+            "alignas(64) inline constexpr double kExp2Split[512] = {"]
+    e = exp2_table(round26)
     for j in range(256):
         out.append(f"    {e[2 * j].hex()}, {e[2 * j + 1].hex()},")
     out += ["};", ""]

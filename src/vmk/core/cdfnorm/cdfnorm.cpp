@@ -12,12 +12,13 @@
 //   u = t + 1/2 picks the row of R (eighths of a binade of u), r' = t - c,
 //   R(t) = Rh + (Rl + r' (b1 + b2 r' + ...)).
 //
-// HA (double):  (ph, pl) = TwoProd(T, Rh), E = Tl + T (e^r - 1), P = Rl + r' (...),
-//   Q / 2^M = ph + ((pl + T P) + E (Rh + P)); for x < 0 that sum rounded once and scaled exactly,
-//   for x >= 0 (s, e) = FastTwoSum(1, -ph 2^M), Phi = s + (e - lo 2^M). Fit below 2^-57.5,
+// HA (double):  T = 2^(j/256) and Rh = R(c) rounded to 26 bits, with the rest in Tl and Rl, so
+//   T Rh is exact; E = Tl + (T + Tl)(e^r - 1), P = Rl + r' (...),
+//   Q / 2^M = T Rh + lo, lo = T P + E (Rh + P); for x < 0 that sum rounded once and scaled
+//   exactly, for x >= 0 (s, e) = FastTwoSum(1, -T Rh 2^M), Phi = s + (e - lo 2^M). Fit below 2^-57.5,
 //   e^r truncation below 2^-66, the rest of the rounding errors below 2^-56 of the result: the
 //   error is the last rounding's half ulp plus about a sixth of an ulp (0.66 measured).
-// LA (double):  no Rl, no TwoProd: Q / 2^M = T R + E R with R = Rh + r' p (fit 2^-53.1), e^r
+// LA (double):  no Rl, T and Rh whole: Q / 2^M = T R + E R with R = Rh + r' p (fit 2^-53.1), e^r
 //   of degree 4 (2^-54.5): a few roundings of 2^-53 each, within 4 ulp (2.4 measured).
 // EP (double) and HA (single):  w = t^2 rounded (relative 2^-53 of w, so below 2^-43 of e^-w/2;
 //   exact for single inputs), no Tl, e^r of degree 2 (2^-31), fit of degree 5 (2^-29).
@@ -182,7 +183,7 @@ template <class L>
 
   const vul ktb = (vul)kt;
   const __m128i joff = _mm_slli_epi64(_mm_and_si128((__m128i)ktb, _mm_set1_epi64x(255)), 4);
-  const char *eb = reinterpret_cast<const char *>(tb::kExp2);
+  const char *eb = reinterpret_cast<const char *>(L::kTwoPart ? tb::kExp2Split : tb::kExp2);
   const __m128d e0 = _mm_load_pd(reinterpret_cast<const double *>(eb + _mm_extract_epi16(joff, 0)));
   const __m128d e1 = _mm_load_pd(reinterpret_cast<const double *>(eb + _mm_extract_epi16(joff, 4)));
   const vd T = (vd)_mm_unpacklo_pd(e0, e1);
@@ -209,14 +210,12 @@ template <class L>
   const vd Rh = entry(L::kRh);
 
   if constexpr (L::kTwoPart) {
+    // T and Rh have 26 significant bits each (their low parts, about 2^-26 of them, are in Tl
+    // and P), so T Rh is exact and carries the result's leading bits.
     const vd Tl = (vd)_mm_unpackhi_pd(e0, e1);
-    const vd E = Tl + T * em1;
+    const vd E = Tl + (T + Tl) * em1;
     const vd P = entry(0) + p * rr;
-    // TwoProd(T, Rh) by Dekker's splitting
-    const vdd Ts = simd::split(T), Rs = simd::split(Rh);
-    const vd ph = T * Rh;
-    const vd pl = ((Ts.hi * Rs.hi - ph) + Ts.hi * Rs.lo + Ts.lo * Rs.hi) + Ts.lo * Rs.lo;
-    return {ph, (pl + T * P) + E * (Rh + P), ktb};
+    return {T * Rh, T * P + E * (Rh + P), ktb};
   } else if constexpr (L::kTl) {
     const vd Tl = (vd)_mm_unpackhi_pd(e0, e1);
     const vd R = Rh + p * rr;
