@@ -10,7 +10,7 @@
  *   costK  cost of one element on the scale sAdd = 0.74, dAdd = 1.79. Figures other than the
  *          fixed ones (the s/d Add/Sub/Mul rows, the c/z Add/Sub rows 4.33/1.41 and
  *          9.79/4.56 (zSub 4.55), zDiv 1487.64, the LinearFrac marks 666.0 / 666.666 and the
- *          complex Pack/Unpack mark 1111.0) are measured: `python3 tools/cost_figures.py
+ *          complex Pack/Unpack mark 1111.0, the s/d CdfNorm rows) are measured: `python3 tools/cost_figures.py
  *          build/bench/hpk_bench` (nanoseconds per element on arrays of 1000 in cache, scaled by
  *          1.79 / ns(dAdd)); see docs/performance.md. The hyperbolic rows are the medians of
  *          bench/hyperbolic_bench.cpp on the same scale, whose inputs lie in each function's
@@ -66,6 +66,8 @@
   X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
+  X(s, CdfNorm, ONE, LAynn, HAynn, EPnnn, 96.51f, 110.18f, 88.54f)                    \
+  X(d, CdfNorm, ONE, LAynn, HAynn, EPnnn, 155.67f, 233.19f, 99.22f)                   \
   X(s, CdfNormInv, ONE, HAynn, HAynn, HAynn, 33.9f, 33.9f, 33.9f)                     \
   X(d, CdfNormInv, ONE, HAynn, HAynn, HAynn, 2285.24f, 2285.24f, 2285.24f)            \
   X(s, Ceil, ONE, HAynn, HAynn, HAynn, 2.5f, 2.5f, 2.5f)                              \
