@@ -236,7 +236,7 @@ TEST(LGammaAccuracy, OracleRows) {
     if (c.name.substr(1, 6) != "LGamma") continue;
     ++seen;
     hpk::oracle::Worst w;
-    const long samples = 2500;
+    const long samples = 1500;
     std::thread([&] { w = hpk::oracle::sweep(c, samples, 41); }).join();
     std::cout << "[ accuracy ] " << c.name << " " << w.max_ulp << " ulp at " << std::hexfloat
               << w.x << std::defaultfloat << " (" << w.samples << " samples)\n";

@@ -1,25 +1,25 @@
 #!/usr/bin/env python3
 """Generate src/vmk/core/lgamma/lgamma_tables.hpp: the tables of the LGamma kernels.
 
-kRows[89][16], the interval rows of the packed route for 0.25 <= x < 10 and, on the function
+kRows[133][16], the interval rows of the packed route for 0.25 <= x < 64 and, on the function
 F(x) = lgamma(1 + x) = lgamma(x) + log x, for 0 < x < 0.25:
-  rows 0..83   the sixteenth of a binade whose top word, masked by 0x7FFF0000, is
-               0x3FD00000 + k * 0x10000 (x in [0.25, 10)); F = lgamma
-  rows 84..88  x < 1/16, [1/16, 3/32), [3/32, 1/8), [1/8, 3/16), [3/16, 1/4); F = lgamma(1 + x)
+  rows 0..127   the sixteenth of a binade whose top word, masked by 0x7FFF0000, is
+                0x3FD00000 + k * 0x10000 (x in [0.25, 64)); F = lgamma
+  rows 128..132 x < 1/16, [1/16, 3/32), [3/32, 1/8), [1/8, 3/16), [3/16, 1/4); F = lgamma(1 + x)
 With c the expansion point of the row and r = x - c (exact in every row), a row holds
     entry 0, 1   F(c) as low + high parts
     entry 2, 3   a1 as high + low parts
-    entry 4..14  a2..a12, with F(c + r) = F(c) + r (a1 + a2 r + ... + a12 r^11)
-    entry 15     -c
+    entry 4..11  a2..a9, with F(c + r) = F(c) + r (a1 + a2 r + ... + a9 r^8)
+    entry 12..14 zero;  entry 15  -c
 c is the centre of the row's interval, except in the rows next to the zeros of lgamma at 1 and
-2 ([0.96875, 1) and [1, 1.0625) expand at 1; [1.9375, 2) and [2, 2.125) at 2) and in row 84
+2 ([0.96875, 1) and [1, 1.0625) expand at 1; [1.9375, 2) and [2, 2.125) at 2) and in row 128
 (at 0): there F(c) = 0 and the route keeps the relative error of r a1 (the leading term).
-a1..a12 are the least-squares fit of r (a1 + ...) to F(c + r) - F(c) relative to lgamma(x) over
-48 Chebyshev points of the row (close to minimax), in 60-digit arithmetic.
+a1..a9 are the least-squares fit of r (a1 + ...) to F(c + r) - F(c) relative to lgamma(x) over
+54 Chebyshev points of the row (close to minimax), in 60-digit arithmetic.
 
-kStirling[8]: for x >= 10,
-    lgamma(x) = (x - 1/2) log x - x + log(2 pi)/2 + (1/x) S(1/x^2),  S(z) = s0 + s1 z + ... + s7 z^7,
-the least-squares fit of S relative to lgamma over z in (0, 1/100] (the asymptotic series
+kStirling[5]: for x >= 64,
+    lgamma(x) = (x - 1/2) log x - x + log(2 pi)/2 + (1/x) S(1/x^2),  S(z) = s0 + s1 z + ... + s4 z^4,
+the least-squares fit of S relative to lgamma over z in (0, 1/4096] (the asymptotic series
 1/12 - z/360 + ... adjusted for the truncation).
 
 kBernoulliL[12]: B_2k / (2k (2k - 1)), k = 1..12, as 64-bit significands for the extended
@@ -32,27 +32,29 @@ import sys
 import mpmath as mp
 
 mp.mp.dps = 60
-DEG = 12  # a1..a12
-NROWS = 89
+DEG = 9  # a1..a9; the worst row (at a zero) is no better with 12, its error is the rounding of
+          # the coefficients
+NROWS = 133
+NMID = 128
 ZERO_ROWS = {31: 1, 32: 1, 47: 2, 48: 2}
 
 
 def row_interval(k):
-    if k < 84:
+    if k < NMID:
         top = 0x3FD00000 + k * 0x10000
         e = (top >> 20) - 1023
         m = (top >> 16) & 15
         lo = mp.ldexp(1 + mp.mpf(m) / 16, e)
         hi = lo + mp.ldexp(mp.mpf(1) / 16, e)
-        return lo, min(hi, mp.mpf(10))
+        return lo, hi
     edges = [mp.mpf(0), mp.mpf(1) / 16, mp.mpf(3) / 32, mp.mpf(1) / 8, mp.mpf(3) / 16,
              mp.mpf(1) / 4]
-    j = k - 84
+    j = k - NMID
     return edges[j], edges[j + 1]
 
 
 def F(k, x):
-    return mp.loggamma(x) if k < 84 else mp.loggamma(1 + x)
+    return mp.loggamma(x) if k < NMID else mp.loggamma(1 + x)
 
 
 def lgamma_of_row_input(k, x):
@@ -62,7 +64,7 @@ def lgamma_of_row_input(k, x):
 def expansion_point(k, lo, hi):
     if k in ZERO_ROWS:
         return mp.mpf(ZERO_ROWS[k])
-    if k == 84:
+    if k == NMID:
         return mp.mpf(0)
     return (lo + hi) / 2
 
@@ -70,7 +72,7 @@ def expansion_point(k, lo, hi):
 def fit(k, lo, hi, c):
     a, b = lo - c, hi - c
     fc = F(k, c)
-    m = 4 * DEG
+    m = 6 * DEG
     pts = [(a + b) / 2 + (b - a) / 2 * mp.cos(mp.pi * (2 * i + 1) / (2 * m)) for i in range(m)]
     w = [1 / abs(mp.loggamma(c + n)) for n in pts]
     A = mp.matrix([[n ** (j + 1) * wi for j in range(DEG)] for n, wi in zip(pts, w)])
@@ -127,20 +129,20 @@ def rows():
         worst = max(worst, err)
         print(f"row {k}: [{float(lo)}, {float(hi)}) c {float(c)} rel err 2^{float(mp.log(err, 2)):.1f}",
               file=sys.stderr)
-        out.append([d(fl), d(fh), d(a1h), d(a1l)] + [d(v) for v in cd] + [d(-c)])
+        out.append([d(fl), d(fh), d(a1h), d(a1l)] + [d(v) for v in cd] + [0.0] * (12 - DEG) + [d(-c)])
     print(f"rows: worst relative fit error 2^{float(mp.log(worst, 2)):.1f}", file=sys.stderr)
     return out
 
 
 def stirling():
-    K = 8
+    K = 5
     C = mp.log(2 * mp.pi) / 2
 
     def S(z):
         x = 1 / mp.sqrt(z)
         return x * (mp.loggamma(x) - ((x - mp.mpf(1) / 2) * mp.log(x) - x + C))
 
-    zmax = mp.mpf(1) / 100
+    zmax = mp.mpf(1) / 4096
     m = 6 * K
     pts = [zmax / 2 + zmax / 2 * mp.cos(mp.pi * (2 * i + 1) / (2 * m)) for i in range(m)]
     w = [1 / (mp.sqrt(z) * mp.loggamma(1 / mp.sqrt(z))) for z in pts]  # (1/x) S relative to lgamma
@@ -167,6 +169,7 @@ def main():
            "#pragma once", "", "namespace hpk::vmk::lgamma_tables {", "",
            f"alignas(64) inline constexpr double kRows[{NROWS}][16] = {{"]
     for k, row in enumerate(rs):
+        assert len(row) == 16
         out.append(f"    /* {k:2d} */ {{{', '.join(hexf(v) for v in row)}}},")
     out += ["};", "", f"inline constexpr double kStirling[{len(st)}] = {{"]
     out += [f"    {hexf(v)}," for v in st]

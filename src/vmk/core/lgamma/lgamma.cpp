@@ -25,8 +25,8 @@ struct DoubleTraits {
   using V = vd;
   static constexpr int kLanes = 2;
   static constexpr const char *kName = "vdLGamma";
-  static V compute(V x, int &rare) {
-    const vd ok = (vd)((x >= 0x1p-1022) & (x < 0x1p990));
+  [[gnu::always_inline]] static V compute(V x, int &rare) {
+    const vd ok = simd::and_bits((vd)(x >= 0x1p-1022), (vd)(x < 0x1p990));
     rare = simd::movemask(ok) ^ 3;
     return main_route(simd::select(ok, x, simd::splat(1.5)));
   }
@@ -38,8 +38,8 @@ struct SingleTraits {
   using V = vf;
   static constexpr int kLanes = 4;
   static constexpr const char *kName = "vsLGamma";
-  static V compute(V x, int &rare) {
-    const vf ok = (vf)((x > 0.0f) & (x < 0x1p121f));
+  [[gnu::always_inline]] static V compute(V x, int &rare) {
+    const vf ok = simd::and_bits((vf)(x > 0.0f), (vf)(x < 0x1p121f));
     rare = simd::movemask(ok) ^ 15;
     const __m128 v = (__m128)simd::select(ok, x, simd::splat(1.5f));
     const vd lo = main_route((vd)_mm_cvtps_pd(v));

@@ -1,26 +1,27 @@
 // The packed route of LGamma on double lanes, for 2^-1022 <= x < 2^990 (the single kernel
 // widens its lanes and rounds once). Three classes of lane:
 //
-//   middle  0.25 <= x < 10: interval rows. The sixteenth of a binade of x picks row k of
+//   middle  0.25 <= x < 64: interval rows. The sixteenth of a binade of x picks row k of
 //           kRows, c its expansion point, r = x - c (exact):
-//             p  = r (a2 + a3 r + ... + a12 r^10)                     (Horner)
+//             p  = r (a2 + a3 r + ... + a9 r^7)                       (Horner)
 //             s  = a1 + p as sh + sl, sh the top 26 bits;  r = rh + rl the same way
 //             (Sh, Sl) = two_sum(F(c)hi, rh sh)                      (rh sh is exact)
 //             lgamma x = Sh + (Sl + ((rl sl + rh sl) + rl sh + F(c)lo))
 //           The rows next to the zeros at 1 and 2 expand at the zero, where F(c) = 0: the
 //           result is then rh sh (exact) plus terms below 2^-24 of it, so the relative error
 //           stays near half an ulp however close x comes to the zero. The fit error of the rows
-//           is below 2^-57.7 of lgamma x (the generator prints it).
+//           is below 2^-55.8 of lgamma x (the generator prints it; the worst rows are the two
+//           at the zeros, all others are below 2^-58).
 //   small   x < 0.25: lgamma x = lgamma(1 + x) - log x, the first term from five more rows
 //           (expanded at 0 for x < 1/16, |lgamma(1 + x)| < 0.13 < 0.1 |log x|), log x as a
 //           double-double from the logarithm's table: (Z, z) = two_sum(F hi, -log hi), result
 //           Z + ((z + F lo) - log lo).
-//   large   x >= 10: Stirling, with L = log x as Lh + Ll (error below 2^-62 relative) and
+//   large   x >= 64: Stirling, with L = log x as Lh + Ll (error below 2^-62 relative) and
 //           (uh, ul) = two_sum(Lh, -1):
 //             lgamma x = x uh (exact as P + p) + [(p + x (ul + Ll)) + ((C - Lh/2) - Ll/2 + S/x)]
-//           C = log(2 pi)/2, S a degree-7 fit in 1/x^2 (error below 2^-64.6 of lgamma x). The
-//           bracket is below a tenth of the result, so its roundings add a few hundredths of
-//           an ulp to the final rounding.
+//           C = log(2 pi)/2, S a degree-4 fit in 1/x^2 (error below 2^-71 of lgamma x). The
+//           bracket is below a fortieth of the result, so its roundings add about a hundredth
+//           of an ulp to the final rounding.
 // A pair whose lanes are all in one class computes that class alone; a mixed pair computes the
 // classes it holds and selects. Measured errors: see tools/oracle/cases_gamma_l.cpp.
 #pragma once
@@ -39,8 +40,8 @@ using simd::vl;
 
 inline constexpr uint64_t kHighMask = 0xFFFFFFFFF8000000ull;  // sign, exponent, top 25 fraction bits
 inline constexpr uint32_t kMidBase = 0x3FD00000;             // 0.25
-inline constexpr int kLastMidRow = 83, kSmallRows = 84;
-inline constexpr double kSmallEnd = 0.25, kLargeFrom = 10.0;
+inline constexpr int kLastMidRow = 127, kSmallRows = 128;
+inline constexpr double kSmallEnd = 0.25, kLargeFrom = 64.0;
 inline constexpr double kHalfLog2Pi = 0x1.d67f1c864beb5p-1;  // log(2 pi)/2 = 0.91893853320467...
 
 // Row of one lane (x in the main range).
@@ -63,9 +64,9 @@ inline vd high_part(vd v) { return simd::and_bits(v, (vd)(vl{} + int64_t(kHighMa
   const double *P1 = lgamma_tables::kRows[row_of(x[1])];
   auto entry = [&](int j) { return vd{P0[j], P1[j]}; };
   const vd r = x + entry(15);
-  vd p = entry(14);
-#pragma GCC unroll 12
-  for (int j = 13; j >= 4; --j) p = p * r + entry(j);
+  vd p = entry(11);
+#pragma GCC unroll 8
+  for (int j = 10; j >= 4; --j) p = p * r + entry(j);
   p = p * r;
   const vd a1 = entry(2);
   const vd s = a1 + p;
@@ -77,7 +78,7 @@ inline vd high_part(vd v) { return simd::and_bits(v, (vd)(vl{} + int64_t(kHighMa
   return {S.hi, S.lo + ((((rl * sl + rh * sl) + rl * sh)) + entry(0))};
 }
 
-// log x as hi + lo for x normal and outside [0.25, 10) (so the exponent N is not 0 and the
+// log x as hi + lo for x normal and outside [0.25, 64) (so the exponent N is not 0 and the
 // table part dominates R): the logarithm's packed route with its last addition left undone.
 [[gnu::always_inline]] inline vdd log_parts(vd x) {
   using namespace ln_core;
@@ -118,8 +119,7 @@ inline vd high_part(vd v) { return simd::and_bits(v, (vd)(vl{} + int64_t(kHighMa
   const vd ix = simd::splat(1.0) / x;
   const vd z = ix * ix;
   const double *k = lgamma_tables::kStirling;
-  const vd S = ((((((k[7] * z + k[6]) * z + k[5]) * z + k[4]) * z + k[3]) * z + k[2]) * z + k[1]) *
-                   z + k[0];
+  const vd S = (((k[4] * z + k[3]) * z + k[2]) * z + k[1]) * z + k[0];
   const vd half = simd::splat(0.5);
   return P + ((p + x * (u.lo + L.lo)) + (((kHalfLog2Pi - half * L.hi) - half * L.lo) + ix * S));
 }
