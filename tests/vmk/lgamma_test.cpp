@@ -223,6 +223,59 @@ TEST(LGamma, NearZerosAndPolesWithinOneUlp) {
   mpfr_clears(m, r, (mpfr_ptr)0);
 }
 
+// While the mode treats denormals as zero, a denormal input is the pole at zero; otherwise it
+// is an ordinary tiny input (-log x and a little more).
+TEST(LGamma, DenormalInputsFollowTheMode) {
+  std::thread([] {
+    hpk_vmk_kernel_SetErrorCallBack(record);
+    const double d[3] = {0x1p-1074, -0x1p-1060, 0x1p-1030};
+    const float s[3] = {0x1p-149f, -0x1p-140f, 0x1p-130f};
+    double yd[3];
+    float ys[3];
+    _vmkdLGamma_HA(3, d, yd);
+    _vmksLGamma_HA(3, s, ys);
+    EXPECT_TRUE(t_reports.empty());
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_NEAR(yd[i], -std::log(std::fabs(d[i])), 1e-12) << d[i];
+      EXPECT_NEAR(ys[i], -std::log(std::fabs(double(s[i]))), 1e-4) << s[i];
+    }
+    hpk_vmk_kernel_SetMode(HPK_VMK_HA | HPK_VMK_FTZDAZ_ON);
+    _vmkdLGamma_HA(3, d, yd);
+    _vmksLGamma_HA(3, s, ys);
+    ASSERT_EQ(t_reports.size(), 6u);
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(yd[i], kInf);
+      EXPECT_EQ(ys[i], std::numeric_limits<float>::infinity());
+      EXPECT_EQ(t_reports[i].code, 2);
+      EXPECT_EQ(t_reports[i].index, i);
+      EXPECT_EQ(t_reports[3 + i].name, "vsLGamma");
+    }
+  }).join();
+}
+
+// The kernels run in round to nearest whatever the caller's SSE rounding mode, the rare
+// routines included (the single one rounds to integers by adding 2^23).
+TEST(LGamma, CallerRoundingModeDoesNotChangeResults) {
+  std::vector<double> a;
+  for (int i = 1; i < 300; ++i) a.push_back(0.0137 * i * i * (i % 3 == 0 ? -1 : 1) + 1e-7 * i);
+  std::vector<float> af(a.begin(), a.end());
+  std::vector<double> near(a.size()), up(a.size());
+  std::vector<float> nearf(a.size()), upf(a.size());
+  _vmkdLGamma_HA(int(a.size()), a.data(), near.data());
+  _vmksLGamma_HA(int(af.size()), af.data(), nearf.data());
+  const unsigned csr = _mm_getcsr();
+  for (unsigned rc : {0x2000u, 0x4000u, 0x6000u}) {
+    _mm_setcsr((csr & ~0x6000u) | rc);
+    _vmkdLGamma_HA(int(a.size()), a.data(), up.data());
+    _vmksLGamma_HA(int(af.size()), af.data(), upf.data());
+    _mm_setcsr(csr);
+    for (size_t i = 0; i < a.size(); ++i) {
+      EXPECT_EQ(bits(up[i]), bits(near[i])) << a[i] << " rc " << rc;
+      EXPECT_EQ(bits(upf[i]), bits(nearf[i])) << af[i] << " rc " << rc;
+    }
+  }
+}
+
 TEST(LGamma, NonPositiveCountWritesNothing) {
   double a = -2.5, y = 7.0;
   _vmkdLGamma_HA(0, &a, &y);

@@ -23,7 +23,7 @@ the least-squares fit of S relative to lgamma over z in (0, 1/4096] (the asympto
 1/12 - z/360 + ... adjusted for the truncation).
 
 kBernoulliL[12]: B_2k / (2k (2k - 1)), k = 1..12, as 64-bit significands for the extended
-Stirling series of the scalar routines.
+Stirling series of the scalar routines, and kHalfLog2PiL = log(2 pi)/2 the same way.
 
 The script prints the largest error of each rounded row relative to lgamma(x) over 400 points.
 Run: python3 tools/tables/gen_lgamma_tables.py > src/vmk/core/lgamma/lgamma_tables.hpp
@@ -175,7 +175,7 @@ def main():
     out += [f"    {hexf(v)}," for v in st]
     out += ["};", "", "inline constexpr long double kBernoulliL[12] = {"]
     out += [f"    {hexl(v)},  // {mp.nstr(v, 12)}" for v in bern]
-    out += ["};", "", "}  // namespace hpk::vmk::lgamma_tables", ""]
+    out += ["};", "", f"inline constexpr long double kHalfLog2PiL = {hexl(mp.log(2 * mp.pi) / 2)};", "", "}  // namespace hpk::vmk::lgamma_tables", ""]
     print("\n".join(out))
 
 

@@ -92,31 +92,48 @@ ld stirling(ld z, int terms) {
   const ld iz = 1.0L / z, iz2 = iz * iz;
   ld s = 0;
   for (int k = terms - 1; k >= 0; --k) s = s * iz2 + lgamma_tables::kBernoulliL[k];
-  const ld half_log_2pi = 0.5L * own_logl(2.0L * pi_l());
-  return ((z - 0.5L) * own_logl(z) - z) + (half_log_2pi + s * iz);
+  return ((z - 0.5L) * own_logl(z) - z) + (lgamma_tables::kHalfLog2PiL + s * iz);
 }
 
-ld own_lgamma_pos(ld x) {
+// lgamma x = stirling(z) - log p with z = x + n >= 16 and p = x (x + 1) ... (x + n - 1); p is
+// returned (1 when n = 0) so that the reflection can fold log p into its own logarithm.
+ld stirling_shifted(ld x, ld &p) {
+  p = 1.0L;
   if (x >= 16.0L) return stirling(x, 12);
-  ld p = x, z = x + 1.0L;
+  ld z = x + 1.0L;
+  p = x;
   while (z < 16.0L) {
     p *= z;
     z += 1.0L;
   }
-  return stirling(z, 12) - own_logl(p);
+  return stirling(z, 12);
+}
+
+ld own_lgamma_pos(ld x) {
+  ld p;
+  const ld s = stirling_shifted(x, p);
+  return s - own_logl(p);
 }
 
 // The single twin: eight suffices as the start of the series for a single result (7 terms:
 // truncation below 10^-13 of the result).
-ld own_lgammaf_pos(ld x) {
+ld stirlingf_shifted(ld x, ld &p) {
+  p = 1.0L;
   if (x >= 8.0L) return stirling(x, 7);
   const int n = int(own_ceilf(8.0f - float(x)));
-  ld p = x, z = x + 1.0L;
+  ld z = x + 1.0L;
+  p = x;
   for (int k = 1; k < n; ++k) {
     p *= z;
     z += 1.0L;
   }
-  return stirling(z, 7) - own_log(p);
+  return stirling(z, 7);
+}
+
+ld own_lgammaf_pos(ld x) {
+  ld p;
+  const ld s = stirlingf_shifted(x, p);
+  return s - own_log(p);
 }
 
 bool denormals_are_zero() { return (_mm_getcsr() & 0x40u) != 0; }
@@ -149,7 +166,10 @@ int vdlgamma_cout_rare(const double *in, double *out) {
       *out = __builtin_inf();
       return kStatusSingularity;
     }
-    y = own_logl(pi_l() / __builtin_fabsl(t * sin_pi(f))) - own_lgamma_pos(t);
+    // log(pi / |t sin(pi f)|) - lgamma t, with lgamma t = stirling(z) - log p: one logarithm
+    ld p;
+    const ld s = stirling_shifted(t, p);
+    y = own_logl(pi_l() * p / __builtin_fabsl(t * sin_pi(f))) - s;
   }
   const double r = double(y);
   *out = r;
@@ -182,7 +202,9 @@ int vslgamma_cout_rare(const float *in, float *out) {
       *out = __builtin_inff();
       return kStatusSingularity;
     }
-    y = own_log(pi_l() / __builtin_fabsl(ld(t) * sin_pi(f))) - own_lgammaf_pos(t);
+    ld p;
+    const ld s = stirlingf_shifted(t, p);
+    y = own_log(pi_l() * p / __builtin_fabsl(ld(t) * sin_pi(f))) - s;
   }
   const float r = float(y);
   *out = r;

@@ -163,5 +163,7 @@ inline constexpr long double kBernoulliL[12] = {
     -0x9cd9292e6660d55bp-56L,  // -156.848284626
 };
 
+inline constexpr long double kHalfLog2PiL = 0xeb3f8e4325f5a535p-64L;
+
 }  // namespace hpk::vmk::lgamma_tables
 
