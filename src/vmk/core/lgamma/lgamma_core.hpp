@@ -23,7 +23,8 @@
 //           bracket is below a fortieth of the result, so its roundings add about a hundredth
 //           of an ulp to the final rounding.
 // A pair whose lanes are all in one class computes that class alone; a mixed pair computes the
-// classes it holds and selects. Measured errors: see tools/oracle/cases_gamma_l.cpp.
+// classes it holds and selects. Measured against MPFR (tools/oracle/cases_gamma_l.cpp, 20000
+// samples per range): at most 0.71 ulp over x > 0, the largest in the row at the zero 1.
 #pragma once
 
 #include <cstdint>
