@@ -120,6 +120,18 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *                 NaN + i NaN, as the real sine and cosine of an infinity).
  * NaN parts report nothing; Sqrt reports nothing (no finite element overflows). */
 
+/* ---- gamma function: statuses ---------------------------------------------------------- */
+
+/* TGamma ("vdTGamma", "vsTGamma"), element by element:
+ *   2 singularity  +-0 gives +-infinity;
+ *   1 domain       a negative integer or -infinity gives NaN;
+ *   3 overflow     a finite element whose result is infinite: x above 171.62437695630272
+ *                  (single: above 35.040096), and 0 < |x| so small that 1/x overflows;
+ *   4 underflow    a negative non-integer whose result lies below the least normal number of
+ *                  the type (a denormal or a signed zero), as the exponential reports it: from
+ *                  about -170.6 down (single: from about -34.3 down), between the poles.
+ * NaN gives the quieted NaN and +infinity gives +infinity, with no status. */
+
 /* ---- LGamma: special values and statuses ---------------------------------------------- */
 
 /* sLGamma and dLGamma give log |Gamma x| ("vsLGamma", "vdLGamma"):
@@ -156,6 +168,16 @@ HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Sin, float)
 HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Cos, float)
 HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_ONE, s, Tan, float)
 HPK_VMK_TRIG_SC_LEVELS(HPK_VMK_TRIG_SC_TWO, s, SinCos, float)
+/* CIS: element i of the real array a to the complex y[i] (cos + i sin), for every input; an
+ * infinity stores NaN parts and raises status 1 through the complex dispatcher under `name`
+ * (the level forms: "zCIS_HA", "cCIS_LA", ...). */
+HPK_API void hpk_vmk_kernel_zCIS_SC(int32_t i, const double *a, hpk_complex16 *y, const char *name);
+#define HPK_VMK_CIS_SC(t, T, C, lvl) \
+  HPK_API void hpk_vmk_kernel_##t##CIS_SC_##lvl(int32_t i, const T *a, C *y);
+#define HPK_VMK_CIS_SC_LEVELS(t, T, C) \
+  HPK_VMK_CIS_SC(t, T, C, HA) HPK_VMK_CIS_SC(t, T, C, LA) HPK_VMK_CIS_SC(t, T, C, A11)
+HPK_VMK_CIS_SC_LEVELS(z, double, hpk_complex16)
+HPK_VMK_CIS_SC_LEVELS(c, float, hpk_complex8)
 
 /* x = q pi/2 + r[0] + r[1] with |r[0] + r[1]| about pi/4 at most, for any finite x (an
  * infinity or NaN gives NaN and q = 0). Returns q, whose value mod 4 is the quadrant. */

@@ -148,6 +148,8 @@
   X(d, Tan, ONE, HAynn, HAynn, HAynn, 45.0f, 45.0f, 45.0f)                            \
   X(s, Tanh, ONE, HAynn, HAynn, HAynn, 15.3f, 15.3f, 15.3f)                           \
   X(d, Tanh, ONE, HAynn, HAynn, HAynn, 38.0f, 38.0f, 38.0f)                           \
+  X(s, TGamma, ONE, HAynn, HAynn, HAynn, 101.0f, 101.0f, 101.0f)                     \
+  X(d, TGamma, ONE, HAynn, HAynn, HAynn, 210.0f, 210.0f, 210.0f)                     \
   X(s, Trunc, ONE, HAynn, HAynn, HAynn, 1.5f, 1.5f, 1.5f)                             \
   X(d, Trunc, ONE, HAynn, HAynn, HAynn, 4.0f, 4.0f, 4.0f)                             \
   X(s, UnpackI, PACK_I, HAynn, HAynn, HAynn, 1.69f, 1.69f, 1.69f)                     \

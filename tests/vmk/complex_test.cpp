@@ -791,6 +791,51 @@ TEST(ComplexPolar, CisOfAnInfinityIsNaNWithStatusOneNaNRaisesNothing) {
   }
 }
 
+// The exported scalar routines give each element what the kernels give (odd counts, so the
+// partial pass of cCIS runs too) and report an infinity under their level's name.
+TEST(ComplexPolar, CisScalarRoutinesMatchTheKernelsAndNameTheirLevel) {
+  const std::vector<double> x = {0.0, -0.0, 1e-300, 0.75, -3.0, 1e5, -1e22, 1e30, kNaN, kInf, -kInf};
+  const int n = int(x.size());
+  std::vector<float> cx(n);
+  for (int i = 0; i < n; ++i) cx[i] = float(x[i]);
+  std::vector<z16> w(n), ws(n);
+  std::vector<c8> cw(n), cws(n);
+  for (int len = 1; len <= n; len += 2) {
+    _vmkzCIS(len, x.data(), w.data());
+    _vmkcCIS(len, cx.data(), cw.data());
+  }
+  using ZSc = void (*)(int32_t, const double *, z16 *);
+  using CSc = void (*)(int32_t, const float *, c8 *);
+  const struct {
+    ZSc z;
+    CSc c;
+    const char *zname, *cname;
+  } levels[] = {{hpk_vmk_kernel_zCIS_SC_HA, hpk_vmk_kernel_cCIS_SC_HA, "zCIS_HA", "cCIS_HA"},
+                {hpk_vmk_kernel_zCIS_SC_LA, hpk_vmk_kernel_cCIS_SC_LA, "zCIS_LA", "cCIS_LA"},
+                {hpk_vmk_kernel_zCIS_SC_A11, hpk_vmk_kernel_cCIS_SC_A11, "zCIS_A11", "cCIS_A11"}};
+  for (const auto &lv : levels) {
+    recorded([&] {
+      for (int i = 0; i < n; ++i) {
+        lv.z(i, x.data(), ws.data());
+        lv.c(i, cx.data(), cws.data());
+      }
+    });
+    ASSERT_EQ(t_reports.size(), 4u);
+    for (int r = 0; r < 4; ++r) {
+      EXPECT_EQ(t_reports[r].code, 1);
+      EXPECT_EQ(t_reports[r].index, n - 2 + r / 2);
+      EXPECT_EQ(t_reports[r].name, r % 2 ? lv.cname : lv.zname);
+    }
+    for (int i = 0; i < n; ++i) {
+      EXPECT_EQ(bits(ws[i].re), bits(w[i].re)) << x[i];
+      EXPECT_EQ(bits(ws[i].im), bits(w[i].im)) << x[i];
+      EXPECT_EQ(bits(cws[i].re), bits(cw[i].re)) << cx[i];
+      EXPECT_EQ(bits(cws[i].im), bits(cw[i].im)) << cx[i];
+    }
+  }
+  EXPECT_TRUE(std::signbit(w[1].im) && std::signbit(cw[1].im));  // sin(-0) = -0
+}
+
 TEST(ComplexPolar, AccuracyAgainstMpfr) {
   std::mt19937_64 g(8);
   const int n = 20000;

@@ -234,19 +234,50 @@ TEST(Erfc, StatusesAndStoredValues) {
   EXPECT_GE(y, 0x1p-126f);
 }
 
-// The route edge at 0.5 inside a pair (one lane on each route) gives what each lane gives alone.
-TEST(Erfc, MixedPairsAgreeWithSingleElements) {
+// Arrays mixing both routes and rare elements across several 64-element blocks: each element
+// gives what it gives alone, in place too, and the statuses arrive once each in index order.
+template <class T>
+void check_mixed_blocks(void (*kernel)(int, const T *, T *), double under, const char *name) {
   std::mt19937_64 rng(3);
   std::uniform_real_distribution<double> u(-1.0, 2.0);
-  std::vector<double> a(999);
-  for (auto &v : a) v = u(rng);
-  std::vector<double> y(a.size());
-  _vmkdErfc_HA(int(a.size()), a.data(), y.data());
+  std::vector<T> a(203);
+  std::vector<int> want;
   for (size_t i = 0; i < a.size(); ++i) {
-    double one;
-    _vmkdErfc_HA(1, &a[i], &one);
-    EXPECT_EQ(bits(one), bits(y[i])) << a[i];
+    a[i] = T(u(rng));
+    if (i % 17 == 5) a[i] = T(-7.0);
+    if (i % 23 == 11) {
+      a[i] = T(under);
+      want.push_back(int(i));
+    }
+    if (i % 29 == 3) a[i] = std::numeric_limits<T>::quiet_NaN();
   }
+  std::vector<T> y(a.size()), in_place = a;
+  std::vector<int> got, got_in_place;
+  std::thread([&] {
+    hpk_vmk_kernel_SetErrorCallBack(record);
+    kernel(int(a.size()), a.data(), y.data());
+    for (const auto &r : t_reports) {
+      got.push_back(r.index);
+      EXPECT_EQ(r.code, 4);
+      EXPECT_EQ(r.name, name);
+    }
+    t_reports.clear();
+    kernel(int(a.size()), in_place.data(), in_place.data());
+    for (const auto &r : t_reports) got_in_place.push_back(r.index);
+  }).join();
+  EXPECT_EQ(got, want);
+  EXPECT_EQ(got_in_place, want);
+  for (size_t i = 0; i < a.size(); ++i) {
+    T one;
+    kernel(1, &a[i], &one);
+    EXPECT_EQ(bits(one), bits(y[i])) << a[i];
+    EXPECT_EQ(bits(one), bits(in_place[i])) << a[i];
+  }
+}
+
+TEST(Erfc, MixedBlocksAgreeWithSingleElements) {
+  check_mixed_blocks<double>(_vmkdErfc_HA, 27.0, "vdErfc");
+  check_mixed_blocks<float>(_vmksErfc_HA, 9.5, "vsErfc");
 }
 
 TEST(SpecialAccuracy, WithinOneUlpOfMpfr) {

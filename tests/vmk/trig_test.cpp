@@ -208,8 +208,7 @@ ReductionCheck check_reduction(double x) {
 }
 
 std::vector<double> hard_cases() {
-  std::string path = __FILE__;
-  path = path.substr(0, path.rfind('/')) + "/../oracles/trig_reduction_hard.txt";
+  const std::string path = HPK_TEST_ORACLES "/trig_reduction_hard.txt";
   std::ifstream in(path);
   std::vector<double> v;
   std::string line;

@@ -86,8 +86,7 @@ struct OracleCase {
 };
 
 std::vector<OracleCase> read_oracle() {
-  std::string path = __FILE__;
-  path = path.substr(0, path.rfind('/')) + "/../oracles/mt19937_numpy.txt";
+  const std::string path = HPK_TEST_ORACLES "/mt19937_numpy.txt";
   std::ifstream in(path);
   std::vector<OracleCase> cases;
   std::string tag;

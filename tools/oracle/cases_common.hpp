@@ -111,6 +111,7 @@ void add_trig_cases(std::vector<Case> &out);
 void add_hyperbolic_cases(std::vector<Case> &out);
 void add_power_cases(std::vector<Case> &out);
 void add_erf_cases(std::vector<Case> &out);
+void add_gamma_t_cases(std::vector<Case> &out);
 void add_gamma_l_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle

@@ -100,7 +100,6 @@ inline double pow2(int64_t m) { return simd::from_bits(uint64_t(m + 1023) << 52)
   return simd::select(m, near_route(simd::select(m, x, c2(0.25))), far);
 }
 
-inline bool main_class(double x) { return x > -6.0 && x < 26.5; }
 
 // Correct for every input; status 4 where the result is below `least` (the type's least
 // normal) for a finite x.
@@ -122,67 +121,73 @@ inline bool main_class(double x) { return x > -6.0 && x < 26.5; }
   return y;
 }
 
-void run_d(int n, const double *a, double *y) {
-  if (n <= 0) return;
-  SseControlScope scope(current_mode());
-  auto rare = [&](int i, double x) {
-    int status;
-    y[i] = scalar(x, 0x1p-1022, status);
-    if (status) report_error<double>(status, i, a, a, y, y, "vdErfc");
-  };
-  int i = 0;
-  for (; i + 2 <= n; i += 2) {
-    const vd x = simd::loadu(a + i);
-    if (__builtin_expect(simd::movemask(simd::and_bits((vd)(x > c2(-6.0)), (vd)(x < c2(26.5)))) == 3, 1)) {
-      simd::storeu(y + i, main_pair(x));
-    } else {
-      const double x0 = x[0], x1 = x[1];
-      if (main_class(x0)) y[i] = main_pair(simd::splat(x0))[0];
-      else rare(i, x0);
-      if (main_class(x1)) y[i + 1] = main_pair(simd::splat(x1))[0];
-      else rare(i + 1, x1);
+inline vd far_scaled(vd x) {
+  const Unscaled u = far_route(x);
+  return u.y * vd{pow2(u.m0), pow2(u.m1)};
+}
+
+// Arrays whose elements straddle 0.5 would pay for both routes in a mixed pair. So each block
+// of up to 64 elements is sorted first, without branches, into index lists by route: near
+// (-6 < x < 0.5), far (0.5 <= x < hi) and the rest (the scalar routine); then each list runs
+// in pairs (an odd list repeats its last element). The rest goes last, in index order, so the
+// dispatcher still sees statuses in rising index order. In place is safe: every element is
+// read before its own result is written, and by no other element.
+template <class T, class Rare>
+inline void sorted_pass(int n, const T *a, T *y, double hi, Rare rare) {
+  constexpr int B = 64;
+  for (int s = 0; s < n; s += B) {
+    const int m = n - s < B ? n - s : B;
+    const T *as = a + s;
+    T *ys = y + s;
+    uint8_t near[B + 1], far[B + 1], rest[B];
+    int nn = 0, nf = 0, nr = 0;
+    for (int j = 0; j < m; ++j) {
+      const double x = as[j];
+      const int is_near = (x > -6.0) & (x < 0.5);
+      const int is_far = (x >= 0.5) & (x < hi);
+      near[nn] = uint8_t(j);
+      nn += is_near;
+      far[nf] = uint8_t(j);
+      nf += is_far;
+      rest[nr] = uint8_t(j);
+      nr += 1 - is_near - is_far;
     }
-  }
-  if (i < n) {
-    const double x = a[i];
-    if (main_class(x)) y[i] = main_pair(simd::splat(x))[0];
-    else rare(i, x);
+    if (nn & 1) near[nn] = near[nn - 1];
+    for (int k = 0; k < nn; k += 2) {
+      const vd r = near_route(vd{double(as[near[k]]), double(as[near[k + 1]])});
+      ys[near[k + 1]] = T(r[1]);
+      ys[near[k]] = T(r[0]);
+    }
+    if (nf & 1) far[nf] = far[nf - 1];
+    for (int k = 0; k < nf; k += 2) {
+      const vd r = far_scaled(vd{double(as[far[k]]), double(as[far[k + 1]])});
+      ys[far[k + 1]] = T(r[1]);
+      ys[far[k]] = T(r[0]);
+    }
+    for (int k = 0; k < nr; ++k) rare(s + rest[k]);
   }
 }
 
-// Single: the double route, rounded once; above 9.1 the scalar routine decides underflow
+void run_d(int n, const double *a, double *y) {
+  if (n <= 0) return;
+  SseControlScope scope(current_mode());
+  sorted_pass(n, a, y, 26.5, [&](int i) {
+    int status;
+    y[i] = scalar(a[i], 0x1p-1022, status);
+    if (status) report_error<double>(status, i, a, a, y, y, "vdErfc");
+  });
+}
+
+// Single: the double route, rounded once; from 9.1 up the scalar routine decides underflow
 // against the single least normal.
 void run_s(int n, const float *a, float *y) {
   if (n <= 0) return;
   SseControlScope scope(current_mode());
-  auto one = [&](int i, float xf) {
-    const double x = xf;
-    if (x > -6.0 && x < 9.1) {
-      y[i] = float(main_pair(simd::splat(x))[0]);
-      return;
-    }
+  sorted_pass(n, a, y, 9.1, [&](int i) {
     int status;
-    y[i] = float(scalar(x, 0x1p-126, status));
+    y[i] = float(scalar(a[i], 0x1p-126, status));
     if (status) report_error<float>(status, i, a, a, y, y, "vsErfc");
-  };
-  int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    const __m128 v = _mm_loadu_ps(a + i);
-    const __m128 in = _mm_and_ps(_mm_cmpgt_ps(v, _mm_set1_ps(-6.0f)),
-                                 _mm_cmplt_ps(v, _mm_set1_ps(9.1f)));
-    if (__builtin_expect(_mm_movemask_ps(in) == 15, 1)) {
-      const __m128 rlo = _mm_cvtpd_ps((__m128d)main_pair((vd)_mm_cvtps_pd(v)));
-      const __m128 rhi = _mm_cvtpd_ps((__m128d)main_pair((vd)_mm_cvtps_pd(_mm_movehl_ps(v, v))));
-      _mm_storeu_ps(y + i, _mm_movelh_ps(rlo, rhi));
-    } else {
-      const float x0 = a[i], x1 = a[i + 1], x2 = a[i + 2], x3 = a[i + 3];
-      one(i, x0);
-      one(i + 1, x1);
-      one(i + 2, x2);
-      one(i + 3, x3);
-    }
-  }
-  for (; i < n; ++i) one(i, a[i]);
+  });
 }
 
 }  // namespace

@@ -1,7 +1,14 @@
 // Complex Exp for c and z.
-// High accuracy (c, z): one template over the element type on the extended-precision core
-// (heap/celem/exp_scalar.hpp), under control scheme B with the target 0x300, one element at a
-// time.
+// High accuracy (c, z): two elements a pass in double-double, under control scheme A.
+//   e^x = 2^m (T + E) from the exponential's reduction (within about 2^-59 relative),
+//   sin y = sh + sl, cos y = ch + cl from the trig core's pairs (about 2^-70 relative),
+//   each part 2^m (Th + (Te + T l + E h)) with (Th, Te) = TwoProd(T, h) and (h, l) the pair,
+//   one rounding of the sum (so within 0.5 ulp + about 2^-6 ulp), the scaling exact.
+// The route takes -708 < x < 709 (e^x normal and finite) and 2^-252 <= |y| < 90112 (the trig
+// core's packed range); a lane outside it, or whose part comes out below 2^-1021 (where the
+// scaling would round a second time), goes through the extended-precision element route
+// (heap/celem/exp_scalar.hpp) under control scheme B with the target 0x300, statuses included.
+// The single kernel rounds each double part once more, to single.
 // Low accuracy (c): four elements a pass in double, parts apart: e^x by the packed real
 // exponential (exp/exp_core.hpp, within 0.5 ulp + 2^-9 of double) and sin y, cos y by the
 // trig core's packed sine and cosine (about 0.5 ulp of double), their products rounded once to
@@ -84,6 +91,89 @@ inline void exp_lanes(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
   im = m * s;
 }
 
+// The high accuracy route on two lanes (meaningful for lanes inside its bounds).
+inline void exp_lanes_dd(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
+  using simd::vd;
+  const exp_core::ReducedParts q = exp_core::reduce_parts(x);
+  const trig::Arg<vd> arg = trig::reduce_pio32(z, vd{});
+  const vd r2 = arg.r * arg.r;
+  const vd ps = trig::poly_s(r2), pc = trig::poly_c(r2);
+  vd sh, sl, ch, cl;
+  trig::from_row_dd(trig::row(arg.t, 0), arg, ps, pc, sh, sl);
+  trig::from_row_dd(trig::row(arg.t, 16), arg, ps, pc, ch, cl);
+  const vd f = exp_core::scale(q.t_bits);
+  vd p, pe;
+  trig::two_prod(q.T, ch, p, pe);
+  re = (p + ((pe + q.T * cl) + q.E * ch)) * f;
+  trig::two_prod(q.T, sh, p, pe);
+  im = (p + ((pe + q.T * sl) + q.E * sh)) * f;
+}
+
+inline simd::vd abs_pd(simd::vd v) { return simd::andnot_bits(simd::splat(-0.0), v); }
+
+// Mask (two bits) of the lanes inside the high accuracy route's input bounds.
+inline int exp_dd_inside(simd::vd x, simd::vd z) {
+  using simd::vd;
+  const vd az = abs_pd(z);
+  return simd::movemask((vd)((x > simd::splat(-708.0)) & (x < simd::splat(709.0)) &
+                             (az >= simd::splat(0x1p-252)) & (az < simd::splat(90112.0))));
+}
+
+void exp_double_ha(int n, const hpk_complex16 *a, hpk_complex16 *y) {
+  using simd::vd;
+  int i = 0;
+  for (; i + 2 <= n; i += 2) {
+    const vd v0 = simd::loadu(&a[i].re), v1 = simd::loadu(&a[i + 1].re);
+    const vd x = (vd)_mm_unpacklo_pd((__m128d)v0, (__m128d)v1);
+    const vd z = (vd)_mm_unpackhi_pd((__m128d)v0, (__m128d)v1);
+    vd re, im;
+    exp_lanes_dd(x, z, re, im);
+    const vd least = simd::splat(0x1p-1021);
+    const int tiny = simd::movemask((vd)((abs_pd(re) < least) | (abs_pd(im) < least)));
+    const int rare = (exp_dd_inside(x, z) & ~tiny) ^ 3;
+    simd::storeu(&y[i].re, (vd)_mm_unpacklo_pd((__m128d)re, (__m128d)im));
+    simd::storeu(&y[i + 1].re, (vd)_mm_unpackhi_pd((__m128d)re, (__m128d)im));
+    if (__builtin_expect(rare != 0, 0)) {
+      const X87ControlScope control(X87ControlScope::kExtended);
+      for (int k = 0; k < 2; ++k)
+        if (rare >> k & 1) exp_element<hpk_complex16, double>(i + k, a, y, "vzExp");
+    }
+  }
+  if (i < n) {
+    const X87ControlScope control(X87ControlScope::kExtended);
+    exp_element<hpk_complex16, double>(i, a, y, "vzExp");
+  }
+}
+
+// Four elements a pass, both halves through the double-double route; every double part is
+// normal here (|x| < 80 keeps e^x within 2^+-116, and |sin y| >= 2^-150 for a non-zero single
+// y), so a single rounding of the double sum remains before the one to single.
+void exp_single_ha(int n, const hpk_complex8 *a, hpk_complex8 *y) {
+  using namespace simd;
+  int i = 0;
+  for (; i + 4 <= n; i += 4) {
+    const lanes::C4 v = lanes::load_c4(a + i);
+    const vf ax = and_bits(v.re, (vf)vui{0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu});
+    const vf ay = and_bits(v.im, (vf)vui{0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu});
+    const vf ok = (vf)((vi)(ax < 80.0f) & (vi)(ay < 90112.0f) & (vi)(ay > 0.0f));
+    vd re0, im0, re1, im1;
+    // lanes outside the bounds compute something finite or NaN, overwritten below
+    exp_lanes_dd(lanes::widen_lo(v.re), lanes::widen_lo(v.im), re0, im0);
+    exp_lanes_dd(lanes::widen_hi(v.re), lanes::widen_hi(v.im), re1, im1);
+    lanes::store_c4(y + i, lanes::interleave(lanes::narrow(re0, re1), lanes::narrow(im0, im1)));
+    const int rare = movemask(ok) ^ 0xF;
+    if (__builtin_expect(rare != 0, 0)) {
+      const X87ControlScope control(X87ControlScope::kExtended);
+      for (int k = 0; k < 4; ++k)
+        if (rare >> k & 1) exp_element<hpk_complex8, float>(i + k, a, y, "vcExp");
+    }
+  }
+  if (i < n) {
+    const X87ControlScope control(X87ControlScope::kExtended);
+    for (; i < n; ++i) exp_element<hpk_complex8, float>(i, a, y, "vcExp");
+  }
+}
+
 void exp_single_la(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   using namespace simd;
   int i = 0;
@@ -116,8 +206,8 @@ void exp_single_la(int n, const hpk_complex8 *a, hpk_complex8 *y) {
 extern "C" {
 void hpk_vmk_kernel_cExp_EXHAynn(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   if (n <= 0) return;
-  const hpk::vmk::X87ControlScope control(hpk::vmk::X87ControlScope::kExtended);
-  hpk::vmk::exp_array<hpk_complex8, float>(n, a, y, "vcExp");
+  const hpk::vmk::SseControlScope control(hpk::vmk::current_mode());
+  hpk::vmk::exp_single_ha(n, a, y);
 }
 void hpk_vmk_kernel_cExp_EXLAynn(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   if (n <= 0) return;
@@ -126,7 +216,7 @@ void hpk_vmk_kernel_cExp_EXLAynn(int n, const hpk_complex8 *a, hpk_complex8 *y) 
 }
 void hpk_vmk_kernel_zExp_EXHAynn(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   if (n <= 0) return;
-  const hpk::vmk::X87ControlScope control(hpk::vmk::X87ControlScope::kExtended);
-  hpk::vmk::exp_array<hpk_complex16, double>(n, a, y, "vzExp");
+  const hpk::vmk::SseControlScope control(hpk::vmk::current_mode());
+  hpk::vmk::exp_double_ha(n, a, y);
 }
 }

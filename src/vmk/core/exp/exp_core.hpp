@@ -52,7 +52,14 @@ struct alignas(16) ExpConstants {
 };
 extern const ExpConstants kExpConstants;
 
-[[gnu::always_inline]] inline Reduced reduce(vd x) {
+// 2^(k/64) as T and E apart (T the table's high part, E = Tl + T p, |E| < 2^-6.9 T): callers
+// that carry e^x on as a double-double keep the two; e^x = 2^m (T + E) within about 2^-59.
+struct ReducedParts {
+  vd T, E;
+  vul t_bits;
+};
+
+[[gnu::always_inline]] inline ReducedParts reduce_parts(vd x) {
   using exp_tables::s_dwExp2;
   // An opaque pointer, so the constants stay memory operands of the arithmetic instead of
   // being hoisted out of the loop into registers (and spilled there by the four chains).
@@ -71,7 +78,12 @@ extern const ExpConstants kExpConstants;
   const vd T = (vd)_mm_unpacklo_pd(row0, row1), Tl = (vd)_mm_unpackhi_pd(row0, row1);
   const vd r2 = r * r;
   const vd p = r + r2 * ((c.a2 + r * c.a3) + r2 * (c.a4 + r * c.a5));
-  return {T + (Tl + T * p), tb};
+  return {T, Tl + T * p, tb};
+}
+
+[[gnu::always_inline]] inline Reduced reduce(vd x) {
+  const ReducedParts q = reduce_parts(x);
+  return {q.T + q.E, q.t_bits};
 }
 
 // 2^m for the lanes' k, as the main route builds it.
