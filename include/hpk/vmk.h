@@ -164,6 +164,18 @@ HPK_API void hpk_vmk_kernel_zError(int32_t code, int32_t index, const hpk_comple
  *                  about -170.6 down (single: from about -34.3 down), between the poles.
  * NaN gives the quieted NaN and +infinity gives +infinity, with no status. */
 
+/* ---- LGamma: special values and statuses ---------------------------------------------- */
+
+/* sLGamma and dLGamma give log |Gamma x| ("vsLGamma", "vdLGamma"):
+ *   2 singularity  a pole, +-0 or a negative integer (every double below -2^52, every single
+ *                  below -2^23 is one): +infinity;
+ *   3 overflow     x so large that the result exceeds the type (x above about 2.55e305 in
+ *                  double, 4.08e36 in single): +infinity;
+ *   +-infinity gives +infinity and NaN a quiet NaN, without status. While the mode treats
+ *   denormal inputs as zero, a denormal input is the pole at zero. No input is a domain
+ *   error (status 1): log |Gamma| is defined on every real number but the poles, negative
+ *   non-integers included. */
+
 /* ---- trigonometric scalar routes and reductions ---------------------------------------- */
 
 /* Scalar reduced-path routines of the trigonometric kernels: element i of a goes to y[i] (and

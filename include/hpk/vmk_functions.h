@@ -108,6 +108,8 @@
   X(d, InvCbrt, ONE, HAynn, HAynn, HAynn, 18.0f, 18.0f, 18.0f)                        \
   X(s, InvSqrt, ONE, HAynn, HAynn, HAynn, 5.7f, 5.7f, 5.7f)                           \
   X(d, InvSqrt, ONE, HAynn, HAynn, HAynn, 10.1f, 10.1f, 10.1f)                        \
+  X(s, LGamma, ONE, HAynn, HAynn, HAynn, 35.5f, 35.5f, 35.5f)                          \
+  X(d, LGamma, ONE, HAynn, HAynn, HAynn, 34.7f, 34.7f, 34.7f)                          \
   X(s, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.0f, 666.0f, 666.0f)              \
   X(d, LinearFrac, LINFRAC, HAynn, HAynn, HAynn, 666.666f, 666.666f, 666.666f)        \
   X(s, Ln, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                             \

@@ -48,6 +48,9 @@ struct Case {
   std::string peer_name;         // glibc loop compared in the report ("hypot", "a+b")
   void *peer;                    // double(*)(double[,double]) or float(...) of the same arity
   double time_lo = 0.5, time_hi = 2.0;  // first argument of the report's timing arrays
+  // Where a function crosses zero its relative error means little: exact values below this
+  // magnitude are measured in ulps of the floor instead (an absolute error). 0: none.
+  double abs_floor = 0;
 };
 
 const std::vector<Case> &cases();

@@ -1,5 +1,6 @@
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <random>
 
 #include "oracle.hpp"
@@ -22,6 +23,22 @@ T random_in(const Range &r, std::mt19937_64 &g) {
   std::memcpy(&x, &u, sizeof x);
   const bool negative = r.signed_inputs ? (g() & 1) : (r.lo < 0 && r.hi <= 0);
   return negative ? -x : x;
+}
+
+// |computed - exact| in ulps of `floor` in the format of T (a finite computed value).
+template <class T>
+double floor_error(T computed, const mpfr_t exact, double floor) {
+  if (!std::isfinite(computed)) return HUGE_VAL;
+  mpfr_t diff;
+  mpfr_init2(diff, 320);
+  mpfr_set_d(diff, double(computed), MPFR_RNDN);
+  mpfr_sub(diff, diff, exact, MPFR_RNDN);
+  int e;
+  std::frexp(floor, &e);
+  const double unit = std::ldexp(1.0, e - std::numeric_limits<T>::digits);
+  const double r = std::fabs(mpfr_get_d(diff, MPFR_RNDN)) / unit;
+  mpfr_clear(diff);
+  return r;
 }
 
 template <class T>
@@ -49,7 +66,10 @@ struct Runner {
         mpfr_set_d(my, double(y[i]), MPFR_RNDN);
         c.ref2(exact, mx, my, MPFR_RNDN);
       }
-      const double e = ulp_error(out[i], exact);
+      double e = ulp_error(out[i], exact);
+      if (c.abs_floor > 0 && mpfr_number_p(exact) &&
+          std::fabs(mpfr_get_d(exact, MPFR_RNDN)) < c.abs_floor)
+        e = floor_error(out[i], exact, c.abs_floor);
       ++worst.samples;
       if (e > worst.max_ulp || std::isnan(e)) {
         worst.max_ulp = e;
