@@ -10,7 +10,7 @@
  *   costK  cost of one element on the scale sAdd = 0.74, dAdd = 1.79. Figures other than the
  *          fixed ones (the s/d Add/Sub/Mul rows, the c/z Add/Sub rows 4.33/1.41 and
  *          9.79/4.56 (zSub 4.55), zDiv 1487.64, the LinearFrac marks 666.0 / 666.666 and the
- *          complex Pack/Unpack mark 1111.0) are measured: `python3 tools/cost_figures.py
+ *          complex Pack/Unpack mark 1111.0, the ErfInv rows) are measured: `python3 tools/cost_figures.py
  *          build/bench/hpk_bench` (nanoseconds per element on arrays of 1000 in cache, scaled by
  *          1.79 / ns(dAdd)); see docs/performance.md. The hyperbolic rows are the medians of
  *          bench/hyperbolic_bench.cpp on the same scale, whose inputs lie in each function's
@@ -68,6 +68,8 @@
   X(d, Erf, ONE, HAynn, HAynn, HAynn, 35.7f, 35.7f, 35.7f)                           \
   X(s, Erfc, ONE, HAynn, HAynn, HAynn, 44.5f, 44.5f, 44.5f)                          \
   X(d, Erfc, ONE, HAynn, HAynn, HAynn, 42.0f, 42.0f, 42.0f)                          \
+  X(s, ErfInv, ONE, LAynn, HAynn, EPnnn, 22.46f, 52.67f, 9.83f)                      \
+  X(d, ErfInv, ONE, HAynn, HAynn, EPnnn, 49.18f, 49.18f, 14.54f)                     \
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(c, Exp, ONE, LAynn, HAynn, LAynn, 35.70f, 99.26f, 35.70f)                         \

@@ -12,7 +12,7 @@ std::vector<Case> make_cases() {
   std::vector<Case> all;
   for (auto add : {add_arith_cases, add_rounding_cases, add_divroot_cases, add_explog_cases,
                    add_trig_cases, add_hyperbolic_cases, add_power_cases,
-                   add_erf_cases}) add(all);
+                   add_erf_cases, add_erfinv_cases}) add(all);
   std::stable_sort(all.begin(), all.end(), [](const Case &x, const Case &y) {
     const int by_name = x.name.compare(1, std::string::npos, y.name, 1, std::string::npos);
     return by_name != 0 ? by_name < 0 : x.type == 's' && y.type == 'd';

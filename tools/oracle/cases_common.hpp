@@ -111,5 +111,6 @@ void add_trig_cases(std::vector<Case> &out);
 void add_hyperbolic_cases(std::vector<Case> &out);
 void add_power_cases(std::vector<Case> &out);
 void add_erf_cases(std::vector<Case> &out);
+void add_erfinv_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle
