@@ -147,10 +147,11 @@ constinit const VdErfInvData vderfinv_data = make_data();
 #pragma GCC unroll 16
   for (int k = tab::kHaCentralDegree - 1; k >= 0; --k) q = q * t + ld(d.central[k]);
   const vdd as = simd::split(a);
+  const vd tl = ((as.hi * as.hi - t) + (as.hi + as.hi) * as.lo) + as.lo * as.lo;  // a^2 - t
   const vd ph = a * ld(d.c0hi);
   const vd pl = ((as.hi * ld(d.c0hi_hi) - ph) + as.hi * ld(d.c0hi_lo) + as.lo * ld(d.c0hi_hi)) +
                 as.lo * ld(d.c0hi_lo);
-  return ph + (pl + a * (ld(d.c0lo) + t * q));
+  return ph + (pl + a * ((ld(d.c0lo) + tl * ld(d.central[0])) + t * q));
 }
 
 [[gnu::always_inline]] inline vd ha_outer(vd a) {
