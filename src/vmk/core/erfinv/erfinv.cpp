@@ -376,12 +376,34 @@ struct PlainKernelS {
     const vf ok = (vf)(a < simd::splat(1.0f));
     rare = simd::movemask(ok) ^ 15;
     if (__builtin_expect(rare != 0, 0)) x = simd::select(ok, x, simd::splat(0.25f));
-    const vd lo = (vd)_mm_cvtps_pd((__m128)x);
-    const vd hi = (vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
-    const __m128 ylo = _mm_cvtpd_ps((__m128d)plain_main(L, lo));
-    const __m128 yhi = _mm_cvtpd_ps((__m128d)plain_main(L, hi));
-    return (vf)_mm_movelh_ps(ylo, yhi);
+    const int central = simd::movemask((vf)(a < simd::splat(0.5f)));
+    if (__builtin_expect(kGrouped[central], 1)) {
+      const vd lo = (vd)_mm_cvtps_pd((__m128)x);
+      const vd hi = (vd)_mm_cvtps_pd(_mm_movehl_ps((__m128)x, (__m128)x));
+      const __m128 ylo = _mm_cvtpd_ps((__m128d)plain_main(L, lo));
+      const __m128 yhi = _mm_cvtpd_ps((__m128d)plain_main(L, hi));
+      return (vf)_mm_movelh_ps(ylo, yhi);
+    }
+    // Both routes in both halves: regroup the lanes, central ones first, so that at most one
+    // pair runs both routes.
+    alignas(16) float in[4], out[4];
+    simd::storea(in, x);
+    const unsigned char *p = kOrder[central];
+    const vd r0 = plain_main(L, vd{in[p[0]], in[p[1]]});
+    const vd r1 = plain_main(L, vd{in[p[2]], in[p[3]]});
+    out[p[0]] = float(r0[0]);
+    out[p[1]] = float(r0[1]);
+    out[p[2]] = float(r1[0]);
+    out[p[3]] = float(r1[1]);
+    return simd::loada(out);
   }
+  // Central-lane masks whose halves are each on one route already.
+  static constexpr bool kGrouped[16] = {1, 0, 0, 1, 0, 0, 0, 0, 0, 0, 0, 0, 1, 0, 0, 1};
+  // Lanes by route, central first, for each mask.
+  static constexpr unsigned char kOrder[16][4] = {
+      {0, 1, 2, 3}, {0, 1, 2, 3}, {1, 0, 2, 3}, {0, 1, 2, 3}, {2, 0, 1, 3}, {0, 2, 1, 3},
+      {1, 2, 0, 3}, {0, 1, 2, 3}, {3, 0, 1, 2}, {0, 3, 1, 2}, {1, 3, 0, 2}, {0, 1, 3, 2},
+      {2, 3, 0, 1}, {0, 2, 3, 1}, {1, 2, 3, 0}, {0, 1, 2, 3}};
   static T harmless() { return 0.25f; }
   static int cout_rare(const T *in, T *out) {
     if (__builtin_fabs(*in) < 1.0f) {
