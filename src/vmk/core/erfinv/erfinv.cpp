@@ -202,7 +202,7 @@ constinit const VdErfInvData vderfinv_data = make_data();
 // The rare routine: correct for every input, status 2 at +-1 and 1 above 1.
 //   1. x = x * 1.0 quiets a signalling NaN; a NaN returns x + x.
 //   2. |x| < 2^-35: +-0 returns itself; otherwise, with xs = x 2^256 (normal even for the least
-//      denormal), th = xs * (3 2^35 + 1), hi = th - xs * (3 2^35) (at most 19 significant
+//      denormal), th = xs * (3 2^35 + 1), hi = th - xs * (3 2^35) (at most 18 significant
 //      bits: both terms lie on the grid of ulp(3 2^35 xs)), lo = xs - hi (exact),
 //      y = (hi ch + (lo ch + (hi cl + lo cl))) 2^-256 with ch = 0.88623046875 (11 bits, so hi ch
 //      and lo ch are exact) and ch + cl = sqrt(pi)/2 within 2^-72. Everything but ch is below
