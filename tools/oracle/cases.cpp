@@ -23,6 +23,7 @@ std::vector<Case> make_cases() {
            add_cdfnorminv_cases,
            add_cdfnorm_cases,
            add_gamma_l_cases,
+           add_erfinv_cases,
        })
     add(all);
   std::stable_sort(all.begin(), all.end(), [](const Case &x, const Case &y) {

@@ -115,5 +115,6 @@ void add_gamma_t_cases(std::vector<Case> &out);
 void add_cdfnorminv_cases(std::vector<Case> &out);
 void add_cdfnorm_cases(std::vector<Case> &out);
 void add_gamma_l_cases(std::vector<Case> &out);
+void add_erfinv_cases(std::vector<Case> &out);
 
 }  // namespace hpk::oracle
