@@ -19,7 +19,8 @@ using simd::vf;
 
 // Main range: [2^-1022, 2^990) in double (the split of the Stirling product stays finite);
 // (0, 2^121) in single, where every input is a normal double and lgamma stays below the
-// largest single (lgamma(2^121) = 2.2e38). Everything else, NaN included, is rare.
+// largest single (lgamma(2^121) = 2.2e38), and the negative non-integers above -2^20 by the
+// reflection. Everything else, NaN included, is rare.
 struct DoubleTraits {
   using T = double;
   using V = vd;
@@ -38,12 +39,35 @@ struct SingleTraits {
   using V = vf;
   static constexpr int kLanes = 4;
   static constexpr const char *kName = "vsLGamma";
+  // Two double lanes: main_route on |x|, and where a lane is negative the reflection on top
+  // (lgamma_core.hpp); `lost` gets the negative lanes the reflection does not hold.
+  [[gnu::always_inline]] static vd half(vd x, int neg, int &lost) {
+    if (__builtin_expect(neg == 0, 1)) return main_route(x);
+    const vd B = main_route(simd::andnot_bits(simd::splat(-0.0), x));
+    vd keep;
+    const vd y = reflect_single(x, B, keep);
+    lost = neg & ~simd::movemask(keep);
+    return simd::select((vd)(x < 0.0), y, B);
+  }
+  // Main range: (0, 2^121) and the negative non-integers above -2^20 (but the lanes next to a
+  // zero of lgamma); the rest is rare.
   [[gnu::always_inline]] static V compute(V x, int &rare) {
-    const vf ok = simd::and_bits((vf)(x > 0.0f), (vf)(x < 0x1p121f));
-    rare = simd::movemask(ok) ^ 15;
+    const vf pos = simd::and_bits((vf)(x > 0.0f), (vf)(x < 0x1p121f));
+    const vf neg = simd::and_bits((vf)(x < 0.0f), (vf)(x > -0x1p20f));
+    const int mn = simd::movemask(neg);
+    if (__builtin_expect(mn == 0, 1)) {
+      rare = simd::movemask(pos) ^ 15;
+      const __m128 v = (__m128)simd::select(pos, x, simd::splat(1.5f));
+      const vd lo = main_route((vd)_mm_cvtps_pd(v));
+      const vd hi = main_route((vd)_mm_cvtps_pd(_mm_movehl_ps(v, v)));
+      return (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)lo), _mm_cvtpd_ps((__m128d)hi));
+    }
+    const vf ok = simd::or_bits(pos, neg);
     const __m128 v = (__m128)simd::select(ok, x, simd::splat(1.5f));
-    const vd lo = main_route((vd)_mm_cvtps_pd(v));
-    const vd hi = main_route((vd)_mm_cvtps_pd(_mm_movehl_ps(v, v)));
+    int lost_lo = 0, lost_hi = 0;
+    const vd lo = half((vd)_mm_cvtps_pd(v), mn & 3, lost_lo);
+    const vd hi = half((vd)_mm_cvtps_pd(_mm_movehl_ps(v, v)), mn >> 2, lost_hi);
+    rare = (simd::movemask(ok) ^ 15) | lost_lo | (lost_hi << 2);
     return (vf)_mm_movelh_ps(_mm_cvtpd_ps((__m128d)lo), _mm_cvtpd_ps((__m128d)hi));
   }
   static int cout_rare(const T *in, T *out) { return vslgamma_cout_rare(in, out); }

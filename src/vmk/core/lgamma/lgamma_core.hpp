@@ -29,6 +29,7 @@
 
 #include <cstdint>
 
+#include "vmk/core/lgamma/lgamma_sinpi.hpp"
 #include "vmk/core/lgamma/lgamma_tables.hpp"
 #include "vmk/core/ln/ln_core.hpp"
 #include "vmk/simd/vec.hpp"
@@ -141,6 +142,35 @@ inline vd high_part(vd v) { return simd::and_bits(v, (vd)(vl{} + int64_t(kHighMa
   const vd y = Z.hi + ((Z.lo + F.lo) - Ll);
   if (ml == 0) return y;
   return simd::select(large, stirling(x, L), y);
+}
+
+// The reflection for negative non-integer lanes of the single kernel (x a widened single,
+// -2^20 < x < 0), on double lanes, with B = lgamma|x| from main_route:
+//   n = x rounded to the nearest integer (the shifter 2^52 + 2^51; round to nearest holds),
+//   f = x - n exactly, |f| <= 1/2, s = sin(pi f) = f P(f^2) (lgamma_sinpi.hpp, relative error a
+//   few 2^-53), lgamma x = log(pi / (|x| |s|)) - B, the logarithm from the Ln core.
+// Every step but the last carries a relative error of a few 2^-53, so the result is within
+// about 2^-50 (1 + |B|) of lgamma x (|log q| <= |B| + |lgamma x| + 1). A lane is kept where
+// |lgamma x| >= 2^-20 (1 + |B|): there this adds at most 2^-6 ulp of single to the one final
+// rounding. The others lie next to a negative zero of lgamma, or at a pole (f = 0); `keep`
+// clears them and the caller sends them to the rare routine.
+[[gnu::always_inline]] inline vd reflect_single(vd x, vd B, vd &keep) {
+  const vd shifter = simd::splat(0x1.8p52);
+  const vd n = (x + shifter) - shifter;
+  const vd f = x - n;
+  const vd f2 = f * f;
+  const double *c = lgamma_tables::kSinPi;
+  vd P = simd::splat(c[10]);
+#pragma GCC unroll 10
+  for (int j = 9; j >= 0; --j) P = P * f2 + c[j];
+  const vd sign = simd::splat(-0.0);
+  const vd t = simd::andnot_bits(sign, x);
+  const vd s = simd::andnot_bits(sign, f * P);
+  const vd A = ln_core::main<false>(simd::splat(lgamma_tables::kSinPi[0]) / (t * s));
+  const vd y = A - B;
+  const vd bound = (simd::splat(1.0) + simd::andnot_bits(sign, B)) * 0x1p-20;
+  keep = simd::and_bits((vd)(f != 0.0), (vd)(simd::andnot_bits(sign, y) >= bound));
+  return y;
 }
 
 }  // namespace hpk::vmk::lgamma
