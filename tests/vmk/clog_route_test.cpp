@@ -36,7 +36,8 @@ double worst_of(const LogRow &r, const std::vector<z16> &a, const std::vector<z1
 }
 
 // Parts of random sign with exponents in [-440, 440] and 2^-30 below each other: every lane
-// takes the route (but the rare |z| next to 1).
+// takes the route; a fifth of the elements lie within 2^-40 of the unit circle, on either side
+// of the route's bound there.
 std::vector<z16> route_elements(int n) {
   std::mt19937_64 g(7);
   std::uniform_real_distribution<double> mant(1.0, 2.0);
@@ -47,6 +48,10 @@ std::vector<z16> route_elements(int n) {
     const int e = i % 3 == 0 ? near(g) : ex(g);  // a third of moduli within 2^+-5 of 1
     a[i] = {part(e), part(i % 2 ? std::max(e - 30, -440) : std::min(std::max(e + near(g), -440), 440))};
     if (i % 4 == 0) std::swap(a[i].re, a[i].im);
+    if (i % 5 == 4) {  // |z| = 1 + e, e down to 2^-52: beside the route's bound next to 1
+      const double t = std::ldexp(mant(g), near(g) - 2), e = std::ldexp(mant(g), -41 - (i / 5) % 12);
+      a[i] = {std::cos(t) * (1 + (i & 1 ? e : -e)), std::sin(t) * (1 + (i & 1 ? e : -e))};
+    }
   }
   return a;
 }
@@ -60,6 +65,8 @@ std::vector<z16> bound_elements() {
       {b, 3.0},  {std::nextafter(b, 1e300), 3.0}, {-3.0, b}, {-3.0, std::nextafter(b, 1e300)},
       {t, -t},   {b, b},                         {-b, t},   {t, b},
       {1.0 + 2 * e, 0.0}, {1.0 + e, 0.0},         {0.0, 1.0 - 2 * e}, {0.0, -1.0 + e},
+      // |z|^2 - 1 far below the square sum's error bound: 2^-60, -2^-53 + 2^-52
+      {1.0, 0x1p-30},      {-0x1.fffffffffffffp-1, 0x1p-26}, {0x1p-26, -1.0}, {-3.0, -0.5},
       {2.0, 0.0},  {-2.0, 0.0},  {-2.0, -0.0},   {0.0, -0.5},
       {-0.0, 3.0}, {0.5, -0.0},  {1.0, 1.0},     {0x1.6a09e667f3bcdp-1, 0x1.6a09e667f3bcdp-1},
   };
