@@ -1,6 +1,8 @@
 // Complex Ln for c and z, and Log10 for c.
-// z (Ln): the extended element routine (heap/celem/log_scalar.hpp), one element at a time under
-// control scheme B with the target 0x300: each part within 0.5 ulp + 2^-9 ulp.
+// z (Ln): two elements a pass in double-double under control scheme A (ln_complex_dd.hpp), each
+// part within 0.5 ulp + about 2^-8 ulp; rare lanes (non-finite, zero, huge or tiny parts, |z|
+// within about 2^-41 of 1) through the extended element routine (heap/celem/log_scalar.hpp)
+// under control scheme B with the target 0x300: there within 0.5 ulp + 2^-9 ulp.
 // c (all three cLn kernels, cLog10): four elements a pass in double, parts apart, under scheme
 // A (the mode's denormal setting; every step is normal in double), the kernels differing only
 // in their polynomial degrees:
@@ -27,6 +29,7 @@
 #include "vmk/core/atan/inverse_core.hpp"
 #include "vmk/core/heap/celem/log_kernel.hpp"
 #include "vmk/core/heap/complex/complex_lanes.hpp"
+#include "vmk/core/ln/ln_complex_dd.hpp"
 #include "vmk/core/ln/ln_lanes.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/thread_state.hpp"
@@ -101,7 +104,7 @@ void hpk_vmk_kernel_cLn_EXEPnnn(int n, const hpk_complex8 *a, hpk_complex8 *y) {
 }
 void hpk_vmk_kernel_zLn_EXHAynn(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   if (n <= 0) return;
-  const hpk::vmk::X87ControlScope control(hpk::vmk::X87ControlScope::kExtended);
-  hpk::vmk::celem::ln_array<hpk_complex16, double>(n, a, y, 1.0L, "vzLn");
+  const hpk::vmk::SseControlScope control(hpk::vmk::current_mode());
+  hpk::vmk::ln_complex::ln_array_dd<false>(n, a, y, "vzLn");
 }
 }
