@@ -15,7 +15,8 @@
 // is at least about min(1, 2Y / |d|), so its relative error stays below 2^-60 while
 // max(2Y, |d|) >= 2^-40; below that the element takes the extended route. The angle is
 // K + sigma atan(t + t_lo), t = min / max of 2Y and |d| with the quotient's remainder, on the
-// packed arctangent core (atan/inverse_core.hpp, about 0.55 ulp), halved exactly.
+// packed arctangent core (atan/inverse_core.hpp, here for t <= 1 only; about 0.55 ulp),
+// halved exactly.
 // Lanes: both parts finite with X, Y in {0} u [2^-250, 2^250], so every square, product and
 // quotient above is a normal double or exact 0 (w <= 2^502, t >= 2^-749); a pair with a lane
 // outside (or with max(2Y, |d|) < 2^-40, which holds the poles) goes the extended route
