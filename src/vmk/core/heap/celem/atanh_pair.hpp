@@ -9,8 +9,9 @@
 // |c| <= 2^-52, log1p(c) = c - c^2/2 (the next term below 2^-156); ln s = lh + ll from the
 // Ln kernel's packed steps (ln/ln_core.hpp) kept as two parts, and Re = (1/4)(lh + (ll + c -
 // c^2/2)) rounds once: within the Ln kernel's 0.5 ulp + a few 2^-10.
-// d: 1 - X^2 - Y^2 from exact squares and two exact two_sums; only the sum of the four low
-// parts rounds, an absolute error of a few 2^-104 max(1, X^2 + Y^2). Next to the unit circle
+// d: 1 - X^2 - Y^2 = 2(1 - X) - den, from the exact 1 - X and the double-double den: an
+// absolute error of a few 2^-104 max(2|1 - X|, den), relative to |d| as small unless d
+// cancels, which needs X^2 + Y^2 near 1 and so den <= 4 + a little. Next to the unit circle
 // d cancels; the angle's slope in d is 2Y / (4Y^2 + d^2) <= 1 / max(2Y, |d|), and the angle
 // is at least about min(1, 2Y / |d|), so its relative error stays below 2^-60 while
 // max(2Y, |d|) >= 2^-40; below that the element takes the extended route. The angle is
@@ -137,10 +138,8 @@ struct Halves {
   const vdd l = ln_parts(one_q.hi);
   const vd re = (l.hi + (l.lo + (c - 0.5 * c * c))) * 0.25;
   // Im
-  const vdd x2 = simd::two_sqr(X);
-  const vdd a = simd::two_sum(one, -x2.hi);
-  const vdd b = simd::two_sum(a.hi, -y2.hi);
-  const vdd d = simd::two_sum(b.hi, (a.lo + b.lo) - (x2.lo + y2.lo));
+  const vdd b = simd::two_sum(omx.hi + omx.hi, -den);  // d = 2(1 - X) - den
+  const vdd d = simd::two_sum(b.hi, b.lo + ((omx.lo + omx.lo) - den_lo));
   const vd two_y = Y + Y;
   const vd ad = inverse::vabs(d.hi), ad_lo = flip(d.lo, inverse::sign_of(d.hi));
   const vd swap = lt(ad, two_y);
