@@ -3,6 +3,9 @@
 // on random elements and on elements next to the branch points +-1, +-i, on and beside the
 // cuts with both zero signs and next to the unit circle, the pole statuses with their
 // positions, and the in-place run with the caller's x87 control word restored.
+#include <functional>
+#include <string>
+
 #include "support/celem_test_util.hpp"
 
 extern "C" {
@@ -110,6 +113,58 @@ TEST_P(CInverse, AccuracyNearBranchPointsAndCuts) {
   const double c = worst_on<float>(f, f.cker, hard_elements<float>());
   std::printf("z%s near branch points and cuts: worst %.3f ulp\n", f.name, z);
   std::printf("c%s near branch points and cuts: worst %.3f ulp\n", f.name, c);
+}
+
+// zAtanh and zAtan take two elements a pass in double-double lanes while both parts lie in
+// {0} u [2^-250, 2^250] and max(2Y, |1 - X^2 - Y^2|) >= 2^-40 (X, Y the magnitudes of the
+// atanh argument), and the extended route otherwise. Families on both sides of each limit,
+// in odd-length arrays so that pairs mix the routes and the last element is single.
+TEST(CInversePairRoute, AtanAndAtanhWithinBoundEitherSideOfTheLimits) {
+  std::mt19937_64 gen(11);
+  std::uniform_real_distribution<double> mant(1.0, 2.0), unit(0.0, 1.0);
+  std::uniform_int_distribution<int> mid(-30, 30), edge(235, 265), step(30, 52);
+  struct Row {
+    const char *name;
+    std::function<std::pair<double, double>()> make;
+  };
+  const Row rows[] = {
+      {"moderate", [&] { return std::pair{std::ldexp(mant(gen), mid(gen)),
+                                          std::ldexp(mant(gen), mid(gen))}; }},
+      {"unit circle, offset 2^-30..2^-52", [&] {
+         const double t = unit(gen) * 1.5707963267948966;
+         const double r = 1 + (unit(gen) < 0.5 ? -1 : 1) * std::ldexp(mant(gen), -step(gen));
+         return std::pair{r * std::cos(t), r * std::sin(t)};
+       }},
+      {"next to 1, small other part", [&] {
+         return std::pair{1 + (unit(gen) < 0.5 ? -1 : 1) * std::ldexp(mant(gen), -step(gen)),
+                          std::ldexp(mant(gen), -step(gen) + 8)};
+       }},
+      {"huge parts", [&] { return std::pair{std::ldexp(mant(gen), edge(gen)),
+                                            std::ldexp(mant(gen), edge(gen) - 40)}; }},
+      {"tiny parts", [&] { return std::pair{std::ldexp(mant(gen), -edge(gen)),
+                                            std::ldexp(mant(gen), mid(gen))}; }},
+      {"one tiny, one huge", [&] { return std::pair{std::ldexp(mant(gen), -edge(gen)),
+                                                    std::ldexp(mant(gen), edge(gen))}; }},
+      {"real and imaginary axes", [&] {
+         const double v = std::ldexp(mant(gen), mid(gen));
+         return unit(gen) < 0.5 ? std::pair{v, 0.0} : std::pair{0.0, v};
+       }},
+  };
+  for (const Row &row : rows) {
+    std::vector<std::pair<double, double>> elems;
+    for (int i = 0; i < 1001; ++i) {
+      const auto [x, y] = row.make();
+      elems.push_back({i & 1 ? -x : x, i & 2 ? -y : y});
+    }
+    for (const CFn &f : kInverse) {
+      if (std::string(f.name) != "Atan" && std::string(f.name) != "Atanh") continue;
+      std::vector<std::pair<double, double>> e = elems;
+      if (f.name[4] == '\0')  // Atan: the same families turned by i
+        for (auto &p : e) p = {-p.second, p.first};
+      const double w = worst_on<double>(f, f.zker, e);
+      std::printf("z%s %s: worst %.3f ulp\n", f.name, row.name, w);
+    }
+  }
 }
 
 INSTANTIATE_TEST_SUITE_P(Fns, CInverse, ::testing::ValuesIn(kInverse),

@@ -3,7 +3,7 @@
 // each part rounded once.
 // Status 2 at the poles +-1 + i(+-0), where the result is +-inf + i(+-0).
 #include "hpk/vmk.h"
-#include "vmk/core/heap/celem/inverse_array.hpp"
+#include "vmk/core/heap/celem/atanh_pair.hpp"
 #include "vmk/frame/control.hpp"
 #include "vmk/service/thread_state.hpp"
 
@@ -20,6 +20,6 @@ void hpk_vmk_kernel_zAtanh_EXHAynn(int n, const hpk_complex16 *a, hpk_complex16 
   using namespace hpk::vmk;
   const X87ControlScope control(X87ControlScope::kExtended);
   const SseControlScope sse(current_mode());
-  celem::inverse_array<hpk_complex16, double, celem::AtanhOp>(n, a, y, "vzAtanh");
+  celem::atanh_pair_array<false>(n, a, y, "vzAtanh");
 }
 }

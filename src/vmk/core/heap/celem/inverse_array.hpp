@@ -39,10 +39,12 @@ inline void final_pair(const Staged &s0, const Staged &s1, ld *ln, ld *angle) {
 // independent, so the processor overlaps them instead of waiting on one element's latency.
 inline constexpr int kBlock = 8;
 
+// Elements first .. first + n - 1 (statuses report their index in the whole array).
 template <class T, class R, template <class> class Op>
-void inverse_array(int n, const T *a, T *y, const char *name) {
+void inverse_range(int first, int n, const T *a, T *y, const char *name) {
   using F = Op<R>;
-  for (int i = 0; i < n; i += kBlock) {
+  n += first;
+  for (int i = first; i < n; i += kBlock) {
     const int m = n - i < kBlock ? n - i : kBlock;
     R x[kBlock], z[kBlock];
     bool rare[kBlock];
@@ -73,6 +75,11 @@ void inverse_array(int n, const T *a, T *y, const char *name) {
       }
     }
   }
+}
+
+template <class T, class R, template <class> class Op>
+void inverse_array(int n, const T *a, T *y, const char *name) {
+  inverse_range<T, R, Op>(0, n, a, y, name);
 }
 
 }  // namespace hpk::vmk::celem
