@@ -56,15 +56,15 @@
   X(s, Atan, ONE, HAynn, HAynn, HAynn, 12.0f, 12.0f, 12.0f)                           \
   X(d, Atan, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                           \
   X(c, Atan, ONE, HAynn, HAynn, HAynn, 216.0f, 216.0f, 216.0f)                        \
-  X(z, Atan, ONE, HAynn, HAynn, HAynn, 212.0f, 212.0f, 212.0f)                        \
+  X(z, Atan, ONE, HAynn, HAynn, HAynn, 135.8f, 135.8f, 135.8f)                        \
   X(s, Atan2, TWO, HAynn, HAynn, HAynn, 14.0f, 14.0f, 14.0f)                          \
   X(d, Atan2, TWO, HAynn, HAynn, HAynn, 26.0f, 26.0f, 26.0f)                          \
   X(s, Atanh, ONE, HAynn, HAynn, HAynn, 24.6f, 24.6f, 24.6f)                          \
   X(d, Atanh, ONE, HAynn, HAynn, HAynn, 32.0f, 32.0f, 32.0f)                          \
   X(c, Atanh, ONE, HAynn, HAynn, HAynn, 212.0f, 212.0f, 212.0f)                       \
-  X(z, Atanh, ONE, HAynn, HAynn, HAynn, 200.0f, 200.0f, 200.0f)                       \
-  X(c, CIS, CIS, HAynn, HAynn, HAynn, 39.6f, 39.6f, 39.6f)                            \
-  X(z, CIS, CIS, HAynn, HAynn, HAynn, 38.9f, 38.9f, 38.9f)                            \
+  X(z, Atanh, ONE, HAynn, HAynn, HAynn, 135.7f, 135.7f, 135.7f)                       \
+  X(c, CIS, CIS, HAynn, HAynn, HAynn, 15.3f, 15.3f, 15.3f)                            \
+  X(z, CIS, CIS, HAynn, HAynn, HAynn, 35.8f, 35.8f, 35.8f)                            \
   X(s, Cbrt, ONE, HAynn, HAynn, HAynn, 11.4f, 11.4f, 11.4f)                           \
   X(d, Cbrt, ONE, HAynn, HAynn, HAynn, 17.4f, 17.4f, 17.4f)                           \
   X(s, CdfNorm, ONE, LAynn, HAynn, EPnnn, 96.51f, 110.18f, 88.54f)                    \
@@ -98,7 +98,7 @@
   X(s, Exp, ONE, HAynn, HAynn, HAynn, 9.25f, 9.25f, 9.25f)                            \
   X(d, Exp, ONE, HAynn, HAynn, HAynn, 20.19f, 20.19f, 20.19f)                         \
   X(c, Exp, ONE, LAynn, HAynn, LAynn, 35.70f, 99.26f, 35.70f)                         \
-  X(z, Exp, ONE, HAynn, HAynn, HAynn, 196.0f, 196.0f, 196.0f)                         \
+  X(z, Exp, ONE, HAynn, HAynn, HAynn, 70.4f, 70.4f, 70.4f)                            \
   X(s, Expm1, ONE, HAynn, HAynn, HAynn, 70.0f, 70.0f, 70.0f)                          \
   X(d, Expm1, ONE, HAynn, HAynn, HAynn, 34.0f, 34.0f, 34.0f)                          \
   X(s, Floor, ONE, HAynn, HAynn, HAynn, 2.4f, 2.4f, 2.4f)                             \
@@ -118,11 +118,11 @@
   X(s, Ln, ONE, HAynn, HAynn, HAynn, 22.0f, 22.0f, 22.0f)                             \
   X(d, Ln, ONE, HAynn, HAynn, HAynn, 29.75f, 29.75f, 29.75f)                          \
   X(c, Ln, ONE, LAynn, HAynn, EPnnn, 76.04f, 111.67f, 56.36f)                         \
-  X(z, Ln, ONE, HAynn, HAynn, HAynn, 277.0f, 277.0f, 277.0f)                          \
+  X(z, Ln, ONE, HAynn, HAynn, HAynn, 104.5f, 104.5f, 104.5f)                          \
   X(s, Log10, ONE, HAynn, HAynn, HAynn, 23.0f, 23.0f, 23.0f)                          \
   X(d, Log10, ONE, HAynn, HAynn, HAynn, 37.0f, 37.0f, 37.0f)                          \
   X(c, Log10, ONE, HAynn, HAynn, HAynn, 84.0f, 84.0f, 84.0f)                          \
-  X(z, Log10, ONE, HAynn, HAynn, HAynn, 278.0f, 278.0f, 278.0f)                       \
+  X(z, Log10, ONE, HAynn, HAynn, HAynn, 115.9f, 115.9f, 115.9f)                       \
   X(s, Log1p, ONE, HAynn, HAynn, HAynn, 59.0f, 59.0f, 59.0f)                          \
   X(d, Log1p, ONE, HAynn, HAynn, HAynn, 57.0f, 57.0f, 57.0f)                          \
   X(s, Modf, TWO_OUT, HAynn, HAynn, HAynn, 3.0f, 3.0f, 3.0f)                          \
