@@ -83,7 +83,7 @@ inline void exp_element(int i, const T *a, T *y, const char *name) {
 }
 
 // e^x cis y on two lanes of double, the lanes within the packed route's bounds.
-inline void exp_lanes(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
+[[gnu::always_inline]] inline void exp_lanes(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
   const simd::vd m = exp_core::main(x);
   simd::vd s, c;
   trig::sincos_eval(z, simd::vd{}, 0, s, c);
@@ -92,7 +92,7 @@ inline void exp_lanes(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
 }
 
 // The high accuracy route on two lanes (meaningful for lanes inside its bounds).
-inline void exp_lanes_dd(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
+[[gnu::always_inline]] inline void exp_lanes_dd(simd::vd x, simd::vd z, simd::vd &re, simd::vd &im) {
   using simd::vd;
   const exp_core::ReducedParts q = exp_core::reduce_parts(x);
   const trig::Arg<vd> arg = trig::reduce_pio32(z, vd{});
@@ -145,10 +145,14 @@ void exp_double_ha(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   }
 }
 
-// Four elements a pass, both halves through the double-double route; every double part is
-// normal here (|x| < 80 keeps e^x within 2^+-116, and |sin y| >= 2^-150 for a non-zero single
-// y), so a single rounding of the double sum remains before the one to single.
-void exp_single_ha(int n, const hpk_complex8 *a, hpk_complex8 *y) {
+// The single kernels: four elements a pass in double lanes through `Lanes` (exp_lanes_dd for
+// high accuracy: every double part is normal there, since |x| < 80 keeps e^x within 2^+-116 and
+// |sin y| >= 2^-150 for a non-zero single y, so a single rounding of the double sum remains
+// before the one to single; exp_lanes for low accuracy). In range: |x| < 80, 0 < |y| < 90112 (a
+// NaN fails every comparison); lanes outside compute something finite or NaN, overwritten by
+// the element route from the inputs read before the store.
+template <void (*Lanes)(simd::vd, simd::vd, simd::vd &, simd::vd &)>
+void exp_single(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   using namespace simd;
   int i = 0;
   for (; i + 4 <= n; i += 4) {
@@ -157,35 +161,8 @@ void exp_single_ha(int n, const hpk_complex8 *a, hpk_complex8 *y) {
     const vf ay = and_bits(v.im, (vf)vui{0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu});
     const vf ok = (vf)((vi)(ax < 80.0f) & (vi)(ay < 90112.0f) & (vi)(ay > 0.0f));
     vd re0, im0, re1, im1;
-    // lanes outside the bounds compute something finite or NaN, overwritten below
-    exp_lanes_dd(lanes::widen_lo(v.re), lanes::widen_lo(v.im), re0, im0);
-    exp_lanes_dd(lanes::widen_hi(v.re), lanes::widen_hi(v.im), re1, im1);
-    lanes::store_c4(y + i, lanes::interleave(lanes::narrow(re0, re1), lanes::narrow(im0, im1)));
-    const int rare = movemask(ok) ^ 0xF;
-    if (__builtin_expect(rare != 0, 0)) {
-      const X87ControlScope control(X87ControlScope::kExtended);
-      for (int k = 0; k < 4; ++k)
-        if (rare >> k & 1) exp_element<hpk_complex8, float>(i + k, v.re[k], v.im[k], a, y, "vcExp");
-    }
-  }
-  if (i < n) {
-    const X87ControlScope control(X87ControlScope::kExtended);
-    for (; i < n; ++i) exp_element<hpk_complex8, float>(i, a, y, "vcExp");
-  }
-}
-
-void exp_single_la(int n, const hpk_complex8 *a, hpk_complex8 *y) {
-  using namespace simd;
-  int i = 0;
-  for (; i + 4 <= n; i += 4) {
-    const lanes::C4 v = lanes::load_c4(a + i);
-    // In range: |x| < 80, 0 < |y| < 90112 (a NaN fails every comparison).
-    const vf ax = and_bits(v.re, (vf)vui{0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu});
-    const vf ay = and_bits(v.im, (vf)vui{0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu, 0x7FFFFFFFu});
-    const vf ok = (vf)((vi)(ax < 80.0f) & (vi)(ay < 90112.0f) & (vi)(ay > 0.0f));
-    vd re0, im0, re1, im1;
-    exp_lanes(lanes::widen_lo(v.re), lanes::widen_lo(v.im), re0, im0);
-    exp_lanes(lanes::widen_hi(v.re), lanes::widen_hi(v.im), re1, im1);
+    Lanes(lanes::widen_lo(v.re), lanes::widen_lo(v.im), re0, im0);
+    Lanes(lanes::widen_hi(v.re), lanes::widen_hi(v.im), re1, im1);
     lanes::store_c4(y + i, lanes::interleave(lanes::narrow(re0, re1), lanes::narrow(im0, im1)));
     const int rare = movemask(ok) ^ 0xF;
     if (__builtin_expect(rare != 0, 0)) {
@@ -207,12 +184,12 @@ extern "C" {
 void hpk_vmk_kernel_cExp_EXHAynn(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   if (n <= 0) return;
   const hpk::vmk::SseControlScope control(hpk::vmk::current_mode());
-  hpk::vmk::exp_single_ha(n, a, y);
+  hpk::vmk::exp_single<hpk::vmk::exp_lanes_dd>(n, a, y);
 }
 void hpk_vmk_kernel_cExp_EXLAynn(int n, const hpk_complex8 *a, hpk_complex8 *y) {
   if (n <= 0) return;
   const hpk::vmk::SseControlScope control(hpk::vmk::current_mode());
-  hpk::vmk::exp_single_la(n, a, y);
+  hpk::vmk::exp_single<hpk::vmk::exp_lanes>(n, a, y);
 }
 void hpk_vmk_kernel_zExp_EXHAynn(int n, const hpk_complex16 *a, hpk_complex16 *y) {
   if (n <= 0) return;
