@@ -6,6 +6,7 @@
 
 #include <vector>
 
+#include "celem_bench_util.hpp"
 #include "hpk/vmk.h"
 
 extern "C" {
@@ -21,12 +22,7 @@ namespace {
 
 template <class CK>
 std::vector<CK> bases(int n) {
-  std::vector<CK> a(n);
-  for (int i = 0; i < n; ++i) {
-    a[i].re = decltype(a[i].re)((i % 2 ? -1 : 1) * (0.05 + (i % 101) * 0.09));
-    a[i].im = decltype(a[i].re)(-3.0 + (i % 23) * 0.61);
-  }
-  return a;
+  return hpk::bench::celem_inputs<CK>(n);
 }
 
 template <class CK>
@@ -39,24 +35,11 @@ std::vector<CK> exponents(int n) {
   return b;
 }
 
-template <class C, class CK>
-C to_c(const CK &v) {
-  C c;
-  __real__ c = v.re;
-  __imag__ c = v.im;
-  return c;
-}
+using hpk::bench::to_c;
 
 template <class CK>
 void BM_kernel(benchmark::State &st, void (*k)(int, const CK *, CK *)) {
-  const int n = int(st.range(0));
-  const std::vector<CK> a = bases<CK>(n);
-  std::vector<CK> y(n);
-  for (auto _ : st) {
-    k(n, a.data(), y.data());
-    benchmark::ClobberMemory();
-  }
-  st.SetItemsProcessed(st.iterations() * n);
+  hpk::bench::run_celem_kernel(st, k);
 }
 
 template <class CK>
@@ -87,22 +70,6 @@ void BM_powx(benchmark::State &st, void (*k)(int, const CK *, CK, CK *)) {
 }
 
 template <class CK, class C>
-void libc_loop(benchmark::State &st, C (*f)(C)) {
-  const int n = int(st.range(0));
-  const std::vector<CK> a = bases<CK>(n);
-  std::vector<CK> y(n);
-  for (auto _ : st) {
-    for (int i = 0; i < n; ++i) {
-      const C r = f(to_c<C>(a[i]));
-      y[i].re = __real__ r;
-      y[i].im = __imag__ r;
-    }
-    benchmark::ClobberMemory();
-  }
-  st.SetItemsProcessed(st.iterations() * n);
-}
-
-template <class CK, class C>
 void libc_pow(benchmark::State &st, C (*f)(C, C), bool one_exponent) {
   const int n = int(st.range(0));
   const std::vector<CK> a = bases<CK>(n), b = exponents<CK>(n);
@@ -122,10 +89,10 @@ void libc_pow(benchmark::State &st, C (*f)(C, C), bool one_exponent) {
 }
 
 void BM_libc_z(benchmark::State &st, double _Complex (*f)(double _Complex)) {
-  libc_loop<hpk_complex16>(st, f);
+  hpk::bench::run_celem_libc<hpk_complex16>(st, f);
 }
 void BM_libc_c(benchmark::State &st, float _Complex (*f)(float _Complex)) {
-  libc_loop<hpk_complex8>(st, f);
+  hpk::bench::run_celem_libc<hpk_complex8>(st, f);
 }
 void BM_libc_zpow(benchmark::State &st, bool one) { libc_pow<hpk_complex16>(st, cpow, one); }
 void BM_libc_cpow(benchmark::State &st, bool one) { libc_pow<hpk_complex8>(st, cpowf, one); }
