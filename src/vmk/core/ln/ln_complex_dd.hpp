@@ -36,37 +36,9 @@ inline constexpr double kInvLn10Lo = 0x1.95355baaafad3p-57;
 
 // ln x for positive normal x as hi + lo (unrounded), the steps of ln_core::main<false>.
 [[gnu::always_inline]] inline void ln_pair(vd x, vd &hi_out, vd &lo_out) {
-  const ln_core::LogConstants *cp = &ln_core::kLnConstants;
-  __asm__ volatile("" : "+r"(cp));
-  const ln_core::LogConstants &c = *cp;
-  const double *tab = ln_core::LnTraits::table;
-  const simd::vul ux = (simd::vul)x;
-  const vd Y = (vd)((ux & c.fraction) | c.one_exp);
-  const vd Yhi = (vd)((simd::vul)Y & c.yhi_mask);
-  const __m128i top = _mm_shuffle_epi32((__m128i)x, _MM_SHUFFLE(3, 1, 3, 1));
-  const vd N = (vd)_mm_cvtepi32_pd(_mm_srai_epi32(_mm_sub_epi32(top, (__m128i)c.nsub_top), 20));
-  const __m128i off = _mm_srli_epi32(
-      _mm_and_si128(_mm_add_epi32(_mm_and_si128(top, (__m128i)c.row_mask1), (__m128i)c.row_round),
-                    (__m128i)c.row_mask2),
-      11 - 5);
-  const char *base = reinterpret_cast<const char *>(tab);
-  const double *r0 = reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 0));
-  const double *r1 = reinterpret_cast<const double *>(base + _mm_extract_epi16(off, 2));
-  const __m128d b0 = _mm_load_pd(r0 + 2), b1 = _mm_load_pd(r1 + 2);
-  const vd rcp = (vd)_mm_loadh_pd(_mm_load_sd(r0), r1);
-  const vd Thi = (vd)_mm_unpacklo_pd(b0, b1), Tlo = (vd)_mm_unpackhi_pd(b0, b1);
-  const vd Rhi = Yhi * rcp - c.one;
-  const vd Rlo = (Y - Yhi) * rcp;
-  const vd R = Rhi + Rlo;
-  const vd R2 = R * R;
-  const vd Alo = N * c.ln2lo + Tlo;
-  const vd exact = (vd)(Alo == 0.0);
-  const vd A = N * c.ln2hi + Thi;
-  const vd hi0 = A + Rhi;
-  const vd err = (A - hi0) + Rhi;
-  hi_out = hi0 + simd::and_bits(exact, Rlo);
-  lo_out = ((Alo + err) + simd::andnot_bits(exact, Rlo)) +
-           R2 * ((c.p1 + R * c.p2) + R2 * (c.p3 + R * c.p4));
+  const simd::vdd p = ln_core::ln_parts(x);
+  hi_out = p.hi;
+  lo_out = p.lo;
 }
 
 // atan2(y, x) as hi + lo (hi + lo rounds to inverse::atan2_main), same domain.

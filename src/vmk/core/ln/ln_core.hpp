@@ -81,13 +81,15 @@ struct alignas(16) LogConstants {
 };
 extern const LogConstants kLnConstants, kLog10Constants;
 
+// The reduction both routes share: x = 2^N Y, Y in [1, 2), a table row by the top bits of Y
+// with its reciprocal rcp and the logarithm T = Thi + Tlo of 1/rcp, and R = Y rcp - 1 as the
+// exact pair Rhi + Rlo (Yhi has few enough bits that Yhi rcp is exact).
+struct Reduced {
+  vd N, Thi, Tlo, Rhi, Rlo, R, R2;
+};
+
 template <bool Decimal>
-[[gnu::always_inline]] inline vd main(vd x) {
-  // An opaque pointer, so the constants stay memory operands of the arithmetic instead of
-  // being hoisted out of the loop into registers (and spilled there by the four chains).
-  const LogConstants *cp = Decimal ? &kLog10Constants : &kLnConstants;
-  __asm__ volatile("" : "+r"(cp));
-  const LogConstants &c = *cp;
+[[gnu::always_inline]] inline Reduced reduce(vd x, const LogConstants &c) {
   const double *tab = Decimal ? Log10Traits::table : LnTraits::table;
   const vul ux = (vul)x;
   const vd Y = (vd)((ux & c.fraction) | c.one_exp);
@@ -112,17 +114,44 @@ template <bool Decimal>
   const vd Rlo = (Y - Yhi) * rcp;
   const vd R = Rhi + Rlo;
   const vd R2 = R * R;
+  return {N, Thi, Tlo, Rhi, Rlo, R, R2};
+}
+
+// An opaque pointer to the constants, so they stay memory operands of the arithmetic instead of
+// being hoisted out of the loop into registers (and spilled there by the four chains).
+template <bool Decimal>
+[[gnu::always_inline]] inline const LogConstants &constants() {
+  const LogConstants *cp = Decimal ? &kLog10Constants : &kLnConstants;
+  __asm__ volatile("" : "+r"(cp));
+  return *cp;
+}
+
+// ln x = hi + lo for positive normal x before the last sum (|lo| below an ulp of hi): the
+// natural route, for callers that carry the logarithm on as a double-double.
+[[gnu::always_inline]] inline simd::vdd ln_parts(vd x) {
+  const LogConstants &c = constants<false>();
+  const Reduced q = reduce<false>(x, c);
+  const vd N = q.N, Thi = q.Thi, Tlo = q.Tlo, Rhi = q.Rhi, Rlo = q.Rlo, R = q.R, R2 = q.R2;
+  const vd Alo = N * c.ln2lo + Tlo;
+  const vd exact = (vd)(Alo == 0.0);  // rows 0 and 512 with N = 0: Rhi + Rlo is exact
+  const vd A = N * c.ln2hi + Thi;
+  const vd hi0 = A + Rhi;
+  const vd err = (A - hi0) + Rhi;
+  const vd hi = hi0 + simd::and_bits(exact, Rlo);
+  const vd lo = ((Alo + err) + simd::andnot_bits(exact, Rlo)) +
+                R2 * ((c.p1 + R * c.p2) + R2 * (c.p3 + R * c.p4));
+  return {hi, lo};
+}
+
+template <bool Decimal>
+[[gnu::always_inline]] inline vd main(vd x) {
   if constexpr (!Decimal) {
-    const vd Alo = N * c.ln2lo + Tlo;
-    const vd exact = (vd)(Alo == 0.0);  // rows 0 and 512 with N = 0: Rhi + Rlo is exact
-    const vd A = N * c.ln2hi + Thi;
-    const vd hi0 = A + Rhi;
-    const vd err = (A - hi0) + Rhi;
-    const vd hi = hi0 + simd::and_bits(exact, Rlo);
-    const vd lo = ((Alo + err) + simd::andnot_bits(exact, Rlo)) +
-                  R2 * ((c.p1 + R * c.p2) + R2 * (c.p3 + R * c.p4));
-    return hi + lo;
+    const simd::vdd p = ln_parts(x);
+    return p.hi + p.lo;
   } else {
+    const LogConstants &c = constants<true>();
+    const Reduced q = reduce<true>(x, c);
+    const vd N = q.N, Thi = q.Thi, Tlo = q.Tlo, Rhi = q.Rhi, Rlo = q.Rlo, R = q.R, R2 = q.R2;
     const vd Alo = N * c.ln2lo + Tlo;
     const vd exact = (vd)(Alo == 0.0);
     const vd S = Rhi + simd::and_bits(exact, Rlo);
