@@ -431,7 +431,7 @@ TEST_F(TrigStatus, DoubleSpecials) {
   };
   for (const SpecialCase &c : table) {
     seen = Seen{};
-    // Element 5 of 9, so the packed block and its spec routine are used.
+    // Element 5 of 9, so the packed block and its mixed-block routine are used.
     std::vector<double> a(9, 0.5), y(9);
     a[5] = c.x;
     kernel_of(c.fn)(9, a.data(), y.data());

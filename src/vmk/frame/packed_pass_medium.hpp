@@ -5,7 +5,7 @@
 //   while a block of 8 doubles (16 singles) remains:
 //     test the block's top words against the main range, as in packed_pass.hpp;
 //     all inside: the main route for the whole block, stored;
-//     otherwise the spec routine: if every element is in the main or the medium range, the
+//     otherwise the mixed-block routine: if every element is in the main or the medium range, the
 //     medium route for the whole block; if not, per register, the main route and the medium
 //     route, each only if a lane needs it, each lane stored from its own route, and then the
 //     scalar routine for the lanes outside both ranges;
@@ -14,7 +14,7 @@
 // writes both from the same templates), so an element's result never depends on its route;
 // on lanes of the main range it must give the main route's bits too, so that a block of main
 // and medium elements alone takes the medium route on all its registers, interleaved.
-// The spec routine works from the block's inputs kept in registers; an element sent to the
+// The mixed-block routine works from the block's inputs kept in registers; an element sent to the
 // scalar routine gets its input written back to y first, for the case that y is a.
 //
 // K provides what packed_pass and packed_pass_two_out ask for, and
@@ -37,7 +37,7 @@ inline bool in_medium_range(uint32_t top) {
 // rest. Nothing of the block is stored before its inputs are all in registers, and the scalar
 // routine runs after the stores, with its own element's input written back (y may be a).
 template <class K, int kOut>
-[[gnu::noinline]] void packed_pass_medium_spec(int i, const typename PassFormat<typename K::T>::V *v,
+[[gnu::noinline]] void packed_pass_medium_mixed(int i, const typename PassFormat<typename K::T>::V *v,
                                                const typename K::T *a, typename K::T *y,
                                                typename K::T *z) {
   using T = typename K::T;
@@ -128,7 +128,7 @@ void packed_pass_medium_impl(int n, const typename K::T *a, typename K::T *y, ty
 #pragma GCC unroll 8
     for (int k = 0; k < F::kTopVectors; ++k) out |= (vui)(((t[k] & sign_mask) - lo) >= len);
     if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0)) {
-      packed_pass_medium_spec<K, kOut>(i, v, a, y, z);
+      packed_pass_medium_mixed<K, kOut>(i, v, a, y, z);
       continue;
     }
     V r[kRegs], s[kRegs];

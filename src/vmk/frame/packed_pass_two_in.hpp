@@ -12,7 +12,7 @@
 namespace hpk::vmk {
 
 template <class K>
-[[gnu::noinline, gnu::cold]] void packed_pass_two_in_spec(int i, const typename PassFormat<typename K::T>::V *va,
+[[gnu::noinline, gnu::cold]] void packed_pass_two_in_mixed(int i, const typename PassFormat<typename K::T>::V *va,
                                                           const typename PassFormat<typename K::T>::V *vb,
                                                           const typename K::T *a,
                                                           const typename K::T *b,
@@ -59,7 +59,7 @@ void packed_pass_two_in(int n, const typename K::T *a, const typename K::T *b, t
 #pragma GCC unroll 8
     for (int k = 0; k < kRegs; ++k) simd::storeu(y + i + k * F::kLanes, r[k]);
     if (__builtin_expect(simd::movemask((simd::vf)out) != 0, 0))
-      packed_pass_two_in_spec<K>(i, va, vb, a, b, y);
+      packed_pass_two_in_mixed<K>(i, va, vb, a, b, y);
   }
   for (; i < n; ++i) {
     if (in_main_range<K>(F::top(a[i])) && in_main_range<K>(F::top(b[i])))
