@@ -11,33 +11,38 @@
 
 namespace hpk::oracle {
 
-inline double erfinv_poly(double x) {
-  double w = -std::log((1.0 - x) * (1.0 + x)), p;
-  if (w < 5.0) {
-    w = w - 2.5;
-    p = 2.81022636e-08;
-    p = 3.43273939e-07 + p * w;
-    p = -3.5233877e-06 + p * w;
-    p = -4.39150654e-06 + p * w;
-    p = 0.00021858087 + p * w;
-    p = -0.00125372503 + p * w;
-    p = -0.00417768164 + p * w;
-    p = 0.246640727 + p * w;
-    p = 1.50140941 + p * w;
+// In the arithmetic of T: double for the report and the Newton start, float as published.
+template <class T>
+inline T erfinv_poly_in(T x) {
+  T w = -std::log((T(1) - x) * (T(1) + x)), p;
+  if (w < T(5)) {
+    w = w - T(2.5);
+    p = T(2.81022636e-08);
+    p = T(3.43273939e-07) + p * w;
+    p = T(-3.5233877e-06) + p * w;
+    p = T(-4.39150654e-06) + p * w;
+    p = T(0.00021858087) + p * w;
+    p = T(-0.00125372503) + p * w;
+    p = T(-0.00417768164) + p * w;
+    p = T(0.246640727) + p * w;
+    p = T(1.50140941) + p * w;
   } else {
-    w = std::sqrt(w) - 3.0;
-    p = -0.000200214257;
-    p = 0.000100950558 + p * w;
-    p = 0.00134934322 + p * w;
-    p = -0.00367342844 + p * w;
-    p = 0.00573950773 + p * w;
-    p = -0.0076224613 + p * w;
-    p = 0.00943887047 + p * w;
-    p = 1.00167406 + p * w;
-    p = 2.83297682 + p * w;
+    w = std::sqrt(w) - T(3);
+    p = T(-0.000200214257);
+    p = T(0.000100950558) + p * w;
+    p = T(0.00134934322) + p * w;
+    p = T(-0.00367342844) + p * w;
+    p = T(0.00573950773) + p * w;
+    p = T(-0.0076224613) + p * w;
+    p = T(0.00943887047) + p * w;
+    p = T(1.00167406) + p * w;
+    p = T(2.83297682) + p * w;
   }
   return p * x;
 }
+
+inline double erfinv_poly(double x) { return erfinv_poly_in<double>(x); }
+inline float erfinv_polyf(float x) { return erfinv_poly_in<float>(x); }
 
 inline double erfinv_newton(double x) {
   const double a = std::fabs(x);
