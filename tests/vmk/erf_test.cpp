@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 namespace {
@@ -161,15 +162,8 @@ TEST(Erf, ControlStateRestored) {
   EXPECT_EQ(bits(y[1]), bits(ref[1]));
 }
 
-struct Report {
-  int code, index;
-  std::string name;
-};
-thread_local std::vector<Report> t_reports;
-int record(HpkVmkErrorContext *c) {
-  t_reports.push_back({c->code, c->index, std::string(c->funcName, c->funcNameLen)});
-  return 0;
-}
+using hpk::test::record;
+using hpk::test::t_reports;
 
 struct ErfcCase {
   double x;

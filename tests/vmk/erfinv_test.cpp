@@ -19,6 +19,7 @@
 
 #include "erfinv_ref.hpp"
 #include "hpk/vmk.h"
+#include "support/vmk_test_util.hpp"
 #include "oracle.hpp"
 
 extern "C" {
@@ -118,15 +119,8 @@ TEST(ErfInv, TinyResultsRoundedOnce) {
   mpfr_clears(c, r, (mpfr_ptr)0);
 }
 
-struct Report {
-  int code, index;
-  std::string name;
-};
-thread_local std::vector<Report> t_reports;
-int record(HpkVmkErrorContext *c) {
-  t_reports.push_back({c->code, c->index, std::string(c->funcName, c->funcNameLen)});
-  return 0;
-}
+using hpk::test::record;
+using hpk::test::t_reports;
 
 struct StatusRow {
   double x;
